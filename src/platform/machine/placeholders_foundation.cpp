@@ -1,0 +1,14 @@
+// Placeholders until the machine-folder implementations of these families
+// land; each moves to its own file with its implementation.
+#include "platform/machine/Factories.h"
+
+namespace platform::machine {
+
+std::shared_ptr<UserDefaultsStore> makeMachineUserDefaults(MachineRef) { return nullptr; }
+std::shared_ptr<Bookmarks> makeMachineBookmarks(MachineRef, std::shared_ptr<URLResources>) {
+  return nullptr;
+}
+std::shared_ptr<PropertyListSerialization> makeMachinePropertyLists(MachineRef) { return nullptr; }
+std::shared_ptr<Bundle> makeMachineBundle(MachineRef, Dictionary) { return nullptr; }
+
+}  // namespace platform::machine
