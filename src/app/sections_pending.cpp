@@ -1,0 +1,8 @@
+// Sections whose subsystems (the registry, the settings documents and the
+// diskutil catalogue) are not built yet: they print nothing.
+#include "app/Sections.h"
+
+void registryDump(std::ostream&) {}
+void registryDuplicates(std::ostream&) {}
+void settingsConsistencyReport(std::ostream&, const CVDiag&) {}
+void diskutilEntityReport(std::ostream&) {}
