@@ -9,6 +9,5 @@ std::shared_ptr<Bookmarks> makeMachineBookmarks(MachineRef, std::shared_ptr<URLR
   return nullptr;
 }
 std::shared_ptr<PropertyListSerialization> makeMachinePropertyLists(MachineRef) { return nullptr; }
-std::shared_ptr<Bundle> makeMachineBundle(MachineRef, Dictionary) { return nullptr; }
 
 }  // namespace platform::machine
