@@ -28,7 +28,7 @@ TEST(MachineLoaderTest, ReadsEveryKeyWithTypedValues) {
     "home": "/Users/ada/",
     "bundleIdentifier": "com.tamarlin.Corvane",
     "failures": ["DASessionCreate"],
-    "files": {"/Volumes/Data/a.txt": {"created": {"$date": "2024-03-01T10:00:00Z"}, "error": "gone"}},
+    "files": {"/Volumes/Data/./a.txt/": {"created": {"$date": "2024-03-01T10:00:00Z"}, "error": "gone"}},
     "media": [
       {"da": {"DAMediaBSDName": "disk4", "DAMediaWhole": true, "DAMediaSize": 2000398934016,
               "DAMediaUUID": {"$uuid": "0b0a4f32-51c2-4d0e-9e0c-3b8a3c2d1e4f"},
