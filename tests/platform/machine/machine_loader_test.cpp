@@ -167,6 +167,21 @@ TEST(MachineLoaderTest, UnreadableFoldersAndBrokenJSONAreRefusedInOneLine) {
   EXPECT_EQ(error.rfind(file(broken) + ": invalid JSON: parse error at line 2", 0), 0u) << error;
   EXPECT_EQ(error.find('\n'), std::string::npos);
 
+  MachineBuilder notUTF8;
+  notUTF8.jsonText("{\"home\": \"/Users/\xFF\"}");
+  error = loadError(notUTF8);
+  EXPECT_EQ(error.rfind(file(notUTF8) + ": invalid JSON: parse error at line 1", 0), 0u) << error;
+
+  MachineBuilder folderInstead;
+  std::filesystem::remove(folderInstead.folder() / "machine.json");
+  std::filesystem::create_directory(folderInstead.folder() / "machine.json");
+  EXPECT_EQ(loadError(folderInstead), file(folderInstead) + ": cannot be read (Is a directory)");
+
+  // Refused by its size before it is read (a sparse file costs nothing).
+  MachineBuilder huge;
+  std::filesystem::resize_file(huge.folder() / "machine.json", 65ull * 1024 * 1024);
+  EXPECT_EQ(loadError(huge), file(huge) + ": too large (68157440 bytes, at most 67108864)");
+
   MachineBuilder deep;
   deep.jsonText(std::string(100000, '[') + std::string(100000, ']'));
   EXPECT_EQ(loadError(deep), file(deep) + ": nested deeper than 256 levels");
