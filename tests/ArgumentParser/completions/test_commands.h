@@ -19,8 +19,9 @@ using ArgumentParser::FlagInversion;
 using ArgumentParser::NameSpecification;
 using Element = ArgumentParser::NameSpecification::Element;
 
-// Values for the custom completion of `repo add --tag`: the words it was
-// given, so that a test sees what reached the callback.
+// Values for the custom completions of `repo add --tag` and of the target of
+// `plug-in`, followed by the words it was given, so that a test sees what
+// reached the callback.
 std::vector<std::string> tagValues(const std::vector<std::string>& words);
 
 struct Add : ArgumentParser::ParsableCommand {
@@ -29,7 +30,7 @@ struct Add : ArgumentParser::ParsableCommand {
   ArgumentParser::Option<std::optional<std::string>> branch{
       {.name = NameSpecification::shortAndLong(),
        .help = "The branch.",
-       .completion = CompletionKind::shellCommand("echo main dev")}};
+       .completion = CompletionKind::shellCommand("echo main; echo dev")}};
   ArgumentParser::Option<std::optional<std::string>> tag{
       {.help = "The tag.", .completion = CompletionKind::custom(tagValues)}};
   ArgumentParser::Flag<bool> dryRun{false, {.help = "Don't [do] it, just show."}};
@@ -97,7 +98,8 @@ struct Status : ArgumentParser::ParsableCommand {
 };
 
 struct Plugin : ArgumentParser::ParsableCommand {
-  ArgumentParser::Argument<std::optional<std::string>> target{{.help = "What to act on."}};
+  ArgumentParser::Argument<std::optional<std::string>> target{
+      {.help = "What to act on.", .completion = CompletionKind::custom(tagValues)}};
 
   static CommandConfiguration configuration();
   static void declare(Declarations<Plugin>& d) { d("target", &Plugin::target); }
