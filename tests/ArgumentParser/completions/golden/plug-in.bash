@@ -31,7 +31,7 @@ _host_plug_in_status() {
     COMPREPLY=( $(compgen -W "$opts" -- "$cur") )
 }
 _host_plug_in_help() {
-    opts="-h --help"
+    opts=""
     if [[ $COMP_CWORD == "$1" ]]; then
         COMPREPLY=( $(compgen -W "$opts" -- "$cur") )
         return

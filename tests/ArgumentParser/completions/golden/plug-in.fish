@@ -36,7 +36,6 @@ function _quill_plug-in_using_command
 end
 
 complete -c plug-in -n '_quill_plug-in_using_command "plug-in status"' -s h -l help -d 'Show help information.'
-complete -c plug-in -n '_quill_plug-in_using_command "plug-in help"' -s h -l help -d 'Show help information.'
 complete -c plug-in -n '_quill_plug-in_using_command "plug-in" "status help"' -d 'What to act on.' -r -f -a '(command plug-in ---completion  -- target (commandline -opc)[1..-1])'
 complete -c plug-in -n '_quill_plug-in_using_command "plug-in" "status help"' -s h -l help -d 'Show help information.'
 complete -c plug-in -n '_quill_plug-in_using_command "plug-in" "status help"' -f -a 'status' -d 'Show status.'

@@ -81,7 +81,7 @@ _repo_remove_all() {
     COMPREPLY=( $(compgen -W "$opts" -- "$cur") )
 }
 _repo_help() {
-    opts="--version -h --help"
+    opts="--version"
     if [[ $COMP_CWORD == "$1" ]]; then
         COMPREPLY=( $(compgen -W "$opts" -- "$cur") )
         return

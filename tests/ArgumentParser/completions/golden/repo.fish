@@ -46,7 +46,6 @@ complete -c repo -n '_quill_repo_using_command "repo remove-all"' -s f -l force 
 complete -c repo -n '_quill_repo_using_command "repo remove-all"' -l version -d 'Show the version.'
 complete -c repo -n '_quill_repo_using_command "repo remove-all"' -s h -l help -d 'Show help information.'
 complete -c repo -n '_quill_repo_using_command "repo help"' -l version -d 'Show the version.'
-complete -c repo -n '_quill_repo_using_command "repo help"' -s h -l help -d 'Show help information.'
 complete -c repo -n '_quill_repo_using_command "repo" "add remove-all help"' -s v -l verbose -d 'Talk more.'
 complete -c repo -n '_quill_repo_using_command "repo" "add remove-all help"' -l color -d 'Don\'t [color] \'it\'.'
 complete -c repo -n '_quill_repo_using_command "repo" "add remove-all help"' -l no-color -d 'Don\'t [color] \'it\'.'

@@ -83,7 +83,6 @@ _repo_help() {
     args+=(
         ':subcommands:'
         '--version[Show the version.]'
-        '(-h --help)'{-h,--help}'[Show help information.]'
     )
     _arguments -w -s -S $args[@] && ret=0
 
