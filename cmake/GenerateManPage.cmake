@@ -191,6 +191,8 @@ set(sections "")
 command_sections("${root}" "" synopsis sections)
 
 set(page ".TH ${title} 1 \"\" \"${escaped_name} ${escaped_version}\" \"User Commands\"\n")
+# Option names are not to be broken at their hyphens.
+string(APPEND page ".nh\n.ad l\n")
 string(APPEND page ".SH NAME\n${escaped_name} \\- ${escaped_abstract}\n")
 string(APPEND page ".SH SYNOPSIS\n${synopsis}")
 string(APPEND page ".SH DESCRIPTION\n${escaped_abstract}\n")

@@ -53,4 +53,47 @@ file(STRINGS "${man_page}" options REGEX "^\\\\fB\\\\-\\\\-all\\\\-diagnostics\\
 if(title STREQUAL "" OR options STREQUAL "")
   message(FATAL_ERROR "${man_page} lacks its title or the --all-diagnostics entry")
 endif()
+find_program(MAN_PROGRAM man)
+if(MAN_PROGRAM)
+  execute_process(
+    COMMAND "${MAN_PROGRAM}" -M "${PREFIX}/share/man" -w CVDiag
+    OUTPUT_VARIABLE found
+    OUTPUT_STRIP_TRAILING_WHITESPACE
+    RESULT_VARIABLE status)
+  if(NOT status EQUAL 0 OR NOT found STREQUAL man_page)
+    message(FATAL_ERROR "man does not find the page below ${PREFIX}/share/man: '${found}'")
+  endif()
+endif()
+# The shells find the scripts by their own search rules below the prefix.
+find_program(FISH_PROGRAM fish)
+if(FISH_PROGRAM)
+  execute_process(
+    COMMAND "${CMAKE_COMMAND}" -E env "XDG_DATA_DIRS=${PREFIX}/share" "PATH=${PREFIX}/bin:$ENV{PATH}"
+            "${FISH_PROGRAM}" -c "complete -C 'CVDiag --all'"
+    OUTPUT_VARIABLE found)
+  if(NOT found STREQUAL "--all-diagnostics\tRun all diagnostics\n")
+    message(FATAL_ERROR "fish does not find the installed completions: '${found}'")
+  endif()
+endif()
+find_program(ZSH_PROGRAM zsh)
+if(ZSH_PROGRAM)
+  execute_process(
+    COMMAND "${ZSH_PROGRAM}" -f -c
+            "fpath=(${PREFIX}/share/zsh/vendor-completions $fpath); autoload -U compinit; compinit -D -u; print -r -- $_comps[CVDiag]"
+    OUTPUT_VARIABLE found)
+  if(NOT found STREQUAL "_CVDiag\n")
+    message(FATAL_ERROR "zsh's compinit does not find _CVDiag: '${found}'")
+  endif()
+endif()
+set(bash_completion /usr/share/bash-completion/bash_completion)
+if(EXISTS "${bash_completion}")
+  execute_process(
+    COMMAND "${CMAKE_COMMAND}" -E env "XDG_DATA_DIRS=${PREFIX}/share"
+            bash -c "source ${bash_completion}; _completion_loader CVDiag; complete -p CVDiag"
+    OUTPUT_VARIABLE found)
+  if(NOT found STREQUAL "complete -F _CVDiag CVDiag\n")
+    message(FATAL_ERROR "bash-completion does not load the installed script: '${found}'")
+  endif()
+endif()
+
 file(REMOVE_RECURSE "${PREFIX}")
