@@ -148,12 +148,5 @@ TEST(ToolInfoDecoding, RefusesUnknownKindsAndMissingRequiredKeys) {
   EXPECT_THROW(json::parse(R"({"abstract": "no name"})").get<CommandInfoV0>(), json::exception);
 }
 
-TEST(ToolInfoHelpers, EmptyTextAndListsAreAbsent) {
-  EXPECT_EQ(nonEmpty(std::string()), std::nullopt);
-  EXPECT_EQ(nonEmpty(std::string("a")), std::optional<std::string>("a"));
-  EXPECT_EQ(nonEmpty(std::vector<int>{}), std::nullopt);
-  EXPECT_EQ(nonEmpty(std::vector<int>{1}), std::optional<std::vector<int>>(std::vector<int>{1}));
-}
-
 }  // namespace
 }  // namespace ArgumentParserToolInfo
