@@ -51,6 +51,8 @@ install(FILES ${CVDIAG_MAN_PAGE} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 # An install into a scratch prefix puts every file where the shells and man
 # look for them.
 if(CVDIAG_BUILD_TESTS)
+  # Building the tests alone also makes what the install test installs.
+  add_dependencies(cvdiag_tests cvdiag_install_files)
   add_test(NAME install.layout
     COMMAND ${CMAKE_COMMAND}
       -DBUILD_DIR=${CMAKE_BINARY_DIR}
