@@ -58,6 +58,12 @@ if(CVDIAG_BUILD_TESTS)
       -DBUILD_DIR=${CMAKE_BINARY_DIR}
       -DPREFIX=${CMAKE_BINARY_DIR}/install-test
       -P ${CMAKE_SOURCE_DIR}/tests/install/CheckInstall.cmake)
+  # The manual page of a recorded tree with subcommands.
+  add_test(NAME install.man_page
+    COMMAND ${CMAKE_COMMAND}
+      -DSOURCE_DIR=${CMAKE_SOURCE_DIR}
+      -DWORK_DIR=${CMAKE_BINARY_DIR}/man-page-test
+      -P ${CMAKE_SOURCE_DIR}/tests/install/CheckManPage.cmake)
 endif()
 
 # A Debian package: cpack -G DEB in the build directory.
