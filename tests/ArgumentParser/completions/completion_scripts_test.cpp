@@ -143,6 +143,12 @@ TEST(CompletionScriptsInShells, FishOffersSubcommandsAndTheirOptionsOnlyWhereThe
   EXPECT_EQ(branches.output, "dev\tThe branch.\nmain\tThe branch.\n");
 }
 
+TEST(CompletionScriptsInShells, ZshCompletesOptionsAndValuesOfSubcommands) {
+  const std::string zsh = script(typeOf<Repo>(), "zsh");
+  EXPECT_EQ(zshCompletedLine("_repo", zsh, "repo add --br").output, "repo add --branch\n");
+  EXPECT_EQ(zshCompletedLine("_repo", zsh, "repo --format j").output, "repo --format json\n");
+}
+
 // --- the call back for custom values -------------------------------------------
 
 std::string customResponse(const std::vector<std::string>& arguments) {

@@ -79,9 +79,11 @@ TEST(CVDiagCompletionScripts, BashCompletesTheFlags) {
   EXPECT_EQ(bashCompletions(path, "_CVDiag", "(CVDiag he)").output, "\n");
 }
 
-TEST(CVDiagCompletionScripts, ZshAndFishReadTheScriptsAndFishCompletes) {
+TEST(CVDiagCompletionScripts, ZshAndFishReadTheScriptsAndComplete) {
   const auto zsh = runShell("zsh", "zsh -n \"$1\"", writeTemporaryFile("_CVDiag", golden("zsh")));
   EXPECT_EQ(zsh.status, 0) << zsh.output;
+  EXPECT_EQ(zshCompletedLine("_CVDiag", golden("zsh"), "CVDiag --all").output,
+            "CVDiag --all-diagnostics\n");
 
   const std::string fishScript = writeTemporaryFile("CVDiag.fish", golden("fish"));
   const auto fishCheck = runShell("fish", "fish -n $argv[1]", fishScript);

@@ -73,6 +73,17 @@ ShellRun bashCompletions(const std::string& scriptPath, const std::string& funct
                   scriptPath);
 }
 
+ShellRun zshCompletedLine(const std::string& functionName, const std::string& script,
+                          const std::string& typed) {
+  const auto functions = scratchDirectory() / "zsh-functions";
+  std::filesystem::create_directories(functions);
+  std::ofstream(functions / functionName, std::ios::binary) << script;
+  const std::string driver =
+      std::string(CVDIAG_SOURCE_DIR) + "/tests/ArgumentParser/completions/zsh_complete.zsh";
+  return runShell("zsh", "timeout 60 zsh -f " + singleQuoted(driver) + " \"$1\" " + singleQuoted(typed),
+                  functions.string());
+}
+
 std::string readSourceFile(const std::string& relativePath) {
   std::ifstream file(std::filesystem::path(CVDIAG_SOURCE_DIR) / relativePath, std::ios::binary);
   std::stringstream text;

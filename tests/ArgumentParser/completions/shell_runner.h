@@ -26,6 +26,12 @@ ShellRun runShell(const std::string& program, const std::string& script,
 ShellRun bashCompletions(const std::string& scriptPath, const std::string& function,
                          const std::string& words);
 
+// The command line as an interactive zsh leaves it after `typed` and one
+// TAB, with the completion function `functionName` (a file of that name
+// holding `script`) on its fpath.
+ShellRun zshCompletedLine(const std::string& functionName, const std::string& script,
+                          const std::string& typed);
+
 // Reads a file of the source tree; empty if it is missing.
 std::string readSourceFile(const std::string& relativePath);
 
