@@ -1,6 +1,8 @@
 // Faults in a declaration stop the program with their messages.
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 #include "test_commands.h"
 
 namespace apt {
@@ -22,7 +24,12 @@ struct Unnamed : ParsableCommand {
   static void declare(Declarations<Unnamed>& d) { d("flag", &Unnamed::flag); }
 };
 
+struct Broken : ParsableCommand {
+  static CommandConfiguration configuration() { throw std::runtime_error("no configuration"); }
+};
+
 TEST(DeclarationFaults, StopTheProgramWithTheirMessages) {
+  EXPECT_DEATH(parseAsRoot<Broken>({}), "Unexpected error: no configuration\\.");
   EXPECT_DEATH(parseAsRoot<SelfNested>({}),
                "The ParsableCommand \"apt::\\(anonymous namespace\\)::SelfNested\" can't have itself as its own "
                "subcommand\\.");
