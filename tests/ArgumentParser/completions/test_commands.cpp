@@ -1,0 +1,29 @@
+#include "ArgumentParser/completions/test_commands.h"
+
+namespace completion_test {
+
+std::vector<std::string> tagValues(const std::vector<std::string>& words) {
+  std::vector<std::string> values{"v1", "v2"};
+  for (const auto& word : words) values.push_back("seen:" + word);
+  return values;
+}
+
+CommandConfiguration Repo::configuration() {
+  return {.commandName = "repo",
+          .abstract = "Keeps things in order.",
+          .discussion = "Longer text.",
+          .version = "1.0",
+          .ungroupedSubcommands = {ArgumentParser::typeOf<Add>(), ArgumentParser::typeOf<RemoveAll>(),
+                                   ArgumentParser::typeOf<Debug>()},
+          .defaultSubcommand = ArgumentParser::typeOf<Add>()};
+}
+
+CommandConfiguration Plugin::configuration() {
+  return {.commandName = "plug-in",
+          .superCommandName = "host",
+          .abstract = "Extends the host.",
+          .ungroupedSubcommands = {ArgumentParser::typeOf<Status>()},
+          .defaultSubcommand = ArgumentParser::typeOf<Status>()};
+}
+
+}  // namespace completion_test
