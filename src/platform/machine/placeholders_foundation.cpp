@@ -8,6 +8,5 @@ std::shared_ptr<UserDefaultsStore> makeMachineUserDefaults(MachineRef) { return 
 std::shared_ptr<Bookmarks> makeMachineBookmarks(MachineRef, std::shared_ptr<URLResources>) {
   return nullptr;
 }
-std::shared_ptr<PropertyListSerialization> makeMachinePropertyLists(MachineRef) { return nullptr; }
 
 }  // namespace platform::machine
