@@ -15,7 +15,7 @@
 #include "platform/Workspace.h"
 #include "volumes/disk_order_key.h"
 #include "volumes/utf8.h"
-#include "volumes/volume_logging.h"
+#include "logging/Log.h"
 
 using platform::current;
 
@@ -61,7 +61,7 @@ CVDiskVolumeRef CVDiskVolume::initWithVolumePath(const platform::URL& mountPoint
   if (!session) return nullptr;
   auto disk = da.DADiskCreateFromVolumePath(session, mountPoint);
   if (!disk) {
-    volume_logging::fault("Error: DADiskCreateFromVolumePath(" + mountPoint.absoluteString() +
+    diskLog().fault("Error: DADiskCreateFromVolumePath(" + mountPoint.absoluteString() +
                       ") returned nil");
     return nullptr;
   }

@@ -8,6 +8,8 @@
 #include "platform/Platform.h"
 #include "platform/URLResources.h"
 #include "volumes/cv_disk_volume.h"
+#include "platform/Formatters.h"
+#include "volumes/number_text.h"
 #include "volumes/volume_text.h"
 
 using platform::current;
@@ -117,4 +119,34 @@ std::string CVDiskVolume::info() const {
       {"Device External", yesNo(deviceIsExternal())},
   };
   return infoBlock("CVDiskVolume \n", lines);
+}
+
+std::string CVDiskVolume::description() const {
+  VolumeDescriptionParts parts;
+  parts.isReady = isReady();
+  parts.name = name();
+  if (auto mount = mountURL()) parts.mountRelativePath = platform::urlRelativePath(*mount);
+  parts.bsdName = bsdName();
+  parts.formatDescription = volumeFormatDescription();
+  parts.deviceProtocol = deviceProtocol();
+  parts.operatingSystem = volumeOperatingSystemExtendedString();
+  if (auto total = volumeTotalCapacity()) parts.totalCapacity = NSNumberCVDiag::fileSizeString(*total);
+  if (auto available = volumeAvailableCapacity()) {
+    parts.availableCapacity = NSNumberCVDiag::fileSizeString(*available);
+  }
+  // The full value in the current locale, not the cut one of the category.
+  if (auto files = volumeFileCount()) parts.fileCount = platform::localeNumberDescription(*files);
+  if (auto directories = volumeDirectoryCount()) {
+    parts.directoryCount = platform::localeNumberDescription(*directories);
+  }
+  return volumeDescriptionText(parts);
+}
+
+std::string CVDiskVolume::debugDescription() const {
+  auto dictionaryText = [](const std::optional<platform::Dictionary>& dictionary) {
+    return dictionary ? platform::foundationDescription(*dictionary)
+                      : platform::absentDictionaryDescription();
+  };
+  return bsdName().value_or("<nil>") + ":\nDA properties: " + dictionaryText(properties()) +
+         " \nIOKit properties: " + dictionaryText(registryProperties());
 }
