@@ -4,7 +4,6 @@
 
 namespace platform::machine {
 
-std::shared_ptr<UserDefaultsStore> makeMachineUserDefaults(MachineRef) { return nullptr; }
 std::shared_ptr<Bookmarks> makeMachineBookmarks(MachineRef, std::shared_ptr<URLResources>) {
   return nullptr;
 }
