@@ -56,3 +56,35 @@ inline json mounted(json media, const std::string& mountPath, const std::string&
 }
 
 }  // namespace volumetest
+
+namespace volumetest {
+
+inline const char* kGroupUUID = "D1C3B4A5-0F6E-4D2C-9B8A-7E6F5D4C3B2A";
+
+// An APFS slice of container disk3 with its role word and volume group.
+inline json apfsVolume(const std::string& bsdName, const std::string& name, const char* role,
+                       const char* groupUUID) {
+  json media = slice(bsdName, name, "apfs");
+  if (role) media["io"]["Role"] = {role};
+  if (groupUUID) media["io"]["VolGroupUUID"] = groupUUID;
+  return media;
+}
+
+// A boot container: system disk3s1 (mounted through its snapshot disk3s1s1
+// at "/"), preboot, recovery, VM and data, the data mounted at
+// /System/Volumes/Data. Folders for the mounts are the caller's.
+inline json bootContainer() {
+  json whole = wholeDisk("disk3", "AppleAPFSMedia", true);
+  json system = apfsVolume("disk3s1", "Macintosh HD", "System", kGroupUUID);
+  system["io"]["VolGroupMntFromName"] = "/dev/disk3s1s1";
+  json snapshot = mounted(apfsVolume("disk3s1s1", "Macintosh HD", "System", kGroupUUID), "/", "APFS");
+  json preboot = apfsVolume("disk3s2", "Preboot", "Preboot", nullptr);
+  json recovery = apfsVolume("disk3s3", "Recovery", "Recovery", nullptr);
+  json vm = apfsVolume("disk3s4", "VM", "VM", nullptr);
+  json data = mounted(apfsVolume("disk3s5", "Macintosh HD - Data", "Data", kGroupUUID),
+                      "/System/Volumes/Data/", "APFS");
+  data["io"]["VolGroupMntFromName"] = "/dev/disk3s1s1";
+  return json::array({whole, system, snapshot, preboot, recovery, vm, data});
+}
+
+}  // namespace volumetest
