@@ -20,7 +20,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "platform/Result.h"
+#include "platform/Error.h"
 #include "platform/Value.h"
 
 namespace platform {

@@ -9,7 +9,7 @@
 #include <span>
 
 #include "platform/PropertyListSerialization.h"
-#include "platform/Result.h"
+#include "platform/Error.h"
 #include "platform/Value.h"
 
 namespace platform::machine {
@@ -20,12 +20,12 @@ namespace platform::machine {
 // depth at most kMaxPropertyListDepth, and at most kMaxPropertyListNodes
 // values when shared references are counted each time they are reached.
 // Nothing when the input passes; otherwise why not.
-std::optional<Failure> checkBinaryPropertyList(std::span<const std::uint8_t> bytes);
+std::optional<Error> checkBinaryPropertyList(std::span<const std::uint8_t> bytes);
 
 // Nesting and date check of an XML property list: array and dict elements
 // nested at most kMaxPropertyListDepth deep, every date text readable and in
 // the range a property-list date can hold.
-std::optional<Failure> checkXMLPropertyList(std::string_view text);
+std::optional<Error> checkXMLPropertyList(std::string_view text);
 
 // Bytes (XML or binary) to a value, with all the guards.
 Result<Value> decodePropertyList(std::span<const std::uint8_t> bytes);

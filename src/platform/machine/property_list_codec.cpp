@@ -20,7 +20,20 @@ namespace {
 constexpr std::string_view kNotAPropertyList =
     "The data couldn't be read because it isn't in the correct format.";
 
-Failure fail(std::string_view why) { return Failure{std::string(kNotAPropertyList) + " (" + std::string(why) + ")"}; }
+// Cocoa's error codes for property lists and files.
+constexpr std::int64_t kReadCorrupt = 3840;
+constexpr std::int64_t kWriteInvalid = 3851;
+constexpr std::int64_t kFileReadUnknown = 256;
+constexpr std::int64_t kFileReadNoSuchFile = 260;
+constexpr std::int64_t kFileReadTooLarge = 263;
+
+Error cocoaError(std::int64_t code, std::string text) { return Error{"NSCocoaErrorDomain", code, std::move(text)}; }
+
+Error fail(std::string_view why) {
+  return cocoaError(kReadCorrupt, std::string(kNotAPropertyList) + " (" + std::string(why) + ")");
+}
+
+Error writeError(std::string text) { return cocoaError(kWriteInvalid, std::move(text)); }
 
 // Seconds since 2001 that the library's date type holds.
 constexpr double kMinDateSeconds = -2147483647.0;
@@ -32,7 +45,7 @@ class BinaryChecker {
  public:
   explicit BinaryChecker(std::span<const std::uint8_t> b) : b_(b) {}
 
-  std::optional<Failure> run() {
+  std::optional<Error> run() {
     constexpr std::size_t kHeader = 8, kTrailer = 32;
     if (b_.size() < kHeader + 1 + 1 + kTrailer) return fail("binary property list too short");
     if (std::memcmp(b_.data(), "bplist00", kHeader) != 0) return fail("not a binary property list");
@@ -78,7 +91,7 @@ class BinaryChecker {
   // Whether [at, at + n) lies inside the object area.
   bool fits(std::size_t at, std::uint64_t n) const { return at <= end_ && n <= end_ - at; }
 
-  std::optional<Failure> inspect(std::uint64_t index, Object& o) {
+  std::optional<Error> inspect(std::uint64_t index, Object& o) {
     const std::uint64_t off = offsetOf(index);
     if (off < 8 || off >= end_) return fail("object offset out of bounds");
     std::size_t p = static_cast<std::size_t>(off);
@@ -168,14 +181,14 @@ class BinaryChecker {
     }
   }
 
-  std::optional<Failure> visit(std::uint64_t index, Object& o) {
+  std::optional<Error> visit(std::uint64_t index, Object& o) {
     if (++nodes_ > kMaxPropertyListNodes) return fail("too many values");
     if (auto f = inspect(index, o)) return f;
     validated_[index] = true;
     return std::nullopt;
   }
 
-  std::optional<Failure> walk(std::uint64_t top) {
+  std::optional<Error> walk(std::uint64_t top) {
     struct Frame {
       std::uint64_t index;
       Object object;
@@ -253,7 +266,7 @@ struct PlistDeleter {
 };
 using PlistPtr = std::unique_ptr<void, PlistDeleter>;
 
-std::optional<Failure> checkText(const char* s, std::size_t n) {
+std::optional<Error> checkText(const char* s, std::size_t n) {
   const auto* p = reinterpret_cast<const utf8proc_uint8_t*>(s);
   std::size_t i = 0;
   while (i < n) {
@@ -318,7 +331,7 @@ Result<Value> toValue(plist_t node, std::size_t depth) {
         plist_t item = plist_array_get_item(node, i);
         if (item == nullptr) return fail("array item missing");
         auto v = toValue(item, depth + 1);
-        if (!v) return Failure{v.error()};
+        if (!v) return v.error();
         out.push_back(std::move(v).value());
       }
       return Value(std::move(out));
@@ -339,7 +352,7 @@ Result<Value> toValue(plist_t node, std::size_t depth) {
         std::string k(rawKey);
         if (auto f = checkText(k.data(), k.size())) return *f;
         auto v = toValue(item, depth + 1);
-        if (!v) return Failure{v.error()};
+        if (!v) return v.error();
         out.insert_or_assign(std::move(k), std::move(v).value());
       }
       return Value(std::move(out));
@@ -352,10 +365,10 @@ Result<Value> toValue(plist_t node, std::size_t depth) {
 // ---- platform values to library values ---------------------------------------
 
 Result<PlistPtr> toPlist(const Value& value, std::size_t depth) {
-  if (depth > kMaxPropertyListDepth) return Failure{"The property list is nested too deeply to be written."};
+  if (depth > kMaxPropertyListDepth) return writeError("The property list is nested too deeply to be written.");
   auto text = [](const std::string& s) -> Result<PlistPtr> {
     if (auto f = checkText(s.data(), s.size()))
-      return Failure{"The property list holds text that can't be written: " + f->message};
+      return writeError("The property list holds text that can't be written: " + f->localizedDescription);
     return PlistPtr(plist_new_string(s.c_str()));
   };
   switch (value.kind()) {
@@ -375,7 +388,7 @@ Result<PlistPtr> toPlist(const Value& value, std::size_t depth) {
     case Value::Kind::DateTime: {
       double s = value.date()->secondsSinceReferenceDate();
       if (!(s >= kMinDateSeconds && s <= kMaxDateSeconds))
-        return Failure{"The property list holds a date that can't be written."};
+        return writeError("The property list holds a date that can't be written.");
       double whole = std::floor(s);
       auto usec = static_cast<std::int32_t>(std::llround((s - whole) * 1e6));
       auto sec = static_cast<std::int32_t>(whole);
@@ -389,7 +402,7 @@ Result<PlistPtr> toPlist(const Value& value, std::size_t depth) {
       PlistPtr array(plist_new_array());
       for (const Value& item : *value.array()) {
         auto p = toPlist(item, depth + 1);
-        if (!p) return Failure{p.error()};
+        if (!p) return p.error();
         plist_array_append_item(array.get(), std::move(p).value().release());
       }
       return array;
@@ -398,24 +411,24 @@ Result<PlistPtr> toPlist(const Value& value, std::size_t depth) {
       PlistPtr dict(plist_new_dict());
       for (const auto& [key, item] : *value.dictionary()) {
         if (auto f = checkText(key.data(), key.size()))
-          return Failure{"The property list holds a key that can't be written: " + f->message};
+          return writeError("The property list holds a key that can't be written: " + f->localizedDescription);
         auto p = toPlist(item, depth + 1);
-        if (!p) return Failure{p.error()};
+        if (!p) return p.error();
         plist_dict_set_item(dict.get(), key.c_str(), std::move(p).value().release());
       }
       return dict;
     }
   }
-  return Failure{"The property list holds a value that can't be written."};
+  return writeError("The property list holds a value that can't be written.");
 }
 
 }  // namespace
 
-std::optional<Failure> checkBinaryPropertyList(std::span<const std::uint8_t> bytes) {
+std::optional<Error> checkBinaryPropertyList(std::span<const std::uint8_t> bytes) {
   return BinaryChecker(bytes).run();
 }
 
-std::optional<Failure> checkXMLPropertyList(std::string_view text) {
+std::optional<Error> checkXMLPropertyList(std::string_view text) {
   std::size_t depth = 0;
   std::size_t i = 0;
   while ((i = text.find('<', i)) != std::string_view::npos) {
@@ -475,7 +488,7 @@ Result<Value> decodePropertyList(std::span<const std::uint8_t> bytes) {
 
 Result<Bytes> encodePropertyList(const Value& value, PropertyListFormat format) {
   auto root = toPlist(value, 0);
-  if (!root) return Failure{root.error()};
+  if (!root) return root.error();
   char* out = nullptr;
   std::uint32_t length = 0;
   if (format == PropertyListFormat::Binary) {
@@ -483,7 +496,7 @@ Result<Bytes> encodePropertyList(const Value& value, PropertyListFormat format) 
   } else {
     plist_to_xml(root->get(), &out, &length);
   }
-  if (out == nullptr) return Failure{"The property list could not be written."};
+  if (out == nullptr) return writeError("The property list could not be written.");
   const auto* u = reinterpret_cast<const std::uint8_t*>(out);
   Bytes bytes(std::vector<std::uint8_t>(u, u + length));
   if (format == PropertyListFormat::Binary) {
@@ -496,35 +509,39 @@ Result<Bytes> encodePropertyList(const Value& value, PropertyListFormat format) 
 
 Result<Bytes> readFileCapped(const std::filesystem::path& path, std::size_t cap) {
   int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return Failure{"The file couldn't be opened: " + std::string(std::strerror(errno))};
+  if (fd < 0) {
+    const int e = errno;
+    return cocoaError(e == ENOENT ? kFileReadNoSuchFile : kFileReadUnknown,
+                      "The file couldn't be opened: " + std::string(std::strerror(e)));
+  }
   struct Closer {
     int fd;
     ~Closer() { ::close(fd); }
   } closer{fd};
   struct stat st {};
-  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) return Failure{"The file couldn't be opened: not a file"};
-  if (static_cast<std::uint64_t>(st.st_size) > cap) return Failure{"The file is too large to be read."};
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) return cocoaError(kFileReadUnknown, "The file couldn't be opened: not a file");
+  if (static_cast<std::uint64_t>(st.st_size) > cap) return cocoaError(kFileReadTooLarge, "The file is too large to be read.");
   std::vector<std::uint8_t> data(static_cast<std::size_t>(st.st_size) + 1);
   std::size_t got = 0;
   for (;;) {
     if (got == data.size()) {
-      if (data.size() > cap) return Failure{"The file is too large to be read."};
+      if (data.size() > cap) return cocoaError(kFileReadTooLarge, "The file is too large to be read.");
       data.resize(std::min(cap + 1, data.size() * 2 + 1));
     }
     ssize_t n = ::read(fd, data.data() + got, data.size() - got);
     if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return Failure{"The file couldn't be read: " + std::string(std::strerror(errno))};
+    if (n < 0) return cocoaError(kFileReadUnknown, "The file couldn't be read: " + std::string(std::strerror(errno)));
     if (n == 0) break;
     got += static_cast<std::size_t>(n);
   }
-  if (got > cap) return Failure{"The file is too large to be read."};
+  if (got > cap) return cocoaError(kFileReadTooLarge, "The file is too large to be read.");
   data.resize(got);
   return Bytes(std::move(data));
 }
 
 Result<Value> readPropertyListFile(const std::filesystem::path& path) {
   auto bytes = readFileCapped(path, kMaxPropertyListBytes);
-  if (!bytes) return Failure{bytes.error()};
+  if (!bytes) return bytes.error();
   return decodePropertyList(bytes->bytes());
 }
 

@@ -27,7 +27,7 @@ std::string xmlDomain(const Dictionary& d) {
 
 Dictionary fileValues(const ScratchFolder& folder, const std::string& macPath) {
   auto v = readPropertyListFile(folder.path() / macPath.substr(1));
-  if (!v) ADD_FAILURE() << macPath << ": " << v.error();
+  if (!v) ADD_FAILURE() << macPath << ": " << v.error().localizedDescription;
   if (!v || !v->dictionary()) return {};
   return *v->dictionary();
 }
