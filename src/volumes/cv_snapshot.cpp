@@ -1,6 +1,9 @@
 #include "volumes/cv_snapshot.h"
 
 #include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
 #include <ctime>
 #include <regex>
 
@@ -94,6 +97,37 @@ std::optional<platform::Date> CVSnapshot::date() const {
     dateComputed_ = true;
   }
   return date_;
+}
+
+std::string snapshotDateText(const platform::Date& date, long offsetSeconds) {
+  static constexpr const char* kWeekdays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                              "Thursday", "Friday", "Saturday"};
+  static constexpr const char* kMonths[] = {"January", "February", "March",     "April",
+                                            "May",     "June",     "July",      "August",
+                                            "September", "October", "November", "December"};
+  using namespace std::chrono;
+  const auto local = static_cast<std::int64_t>(std::floor(date.secondsSince1970)) + offsetSeconds;
+  const auto days = static_cast<std::int64_t>(std::floor(static_cast<double>(local) / 86400.0));
+  const std::int64_t secondsOfDay = local - days * 86400;
+  const year_month_day ymd{sys_days{std::chrono::days{days}}};
+  const weekday wd{sys_days{std::chrono::days{days}}};
+  const int hour = static_cast<int>(secondsOfDay / 3600);
+  const int minute = static_cast<int>(secondsOfDay / 60 % 60);
+  const int second = static_cast<int>(secondsOfDay % 60);
+  char time[32];
+  std::snprintf(time, sizeof time, "%d:%02d:%02d %s", hour % 12 == 0 ? 12 : hour % 12, minute, second,
+                hour < 12 ? "AM" : "PM");
+  return std::string(kWeekdays[wd.c_encoding()]) + ", " +
+         kMonths[static_cast<unsigned>(ymd.month()) - 1] + " " +
+         std::to_string(static_cast<unsigned>(ymd.day())) + ", " +
+         std::to_string(static_cast<int>(ymd.year())) + " at " + time;
+}
+
+std::string CVSnapshot::description() const {
+  if (ts() == "Now") return "Now";
+  auto moment = date();
+  if (!moment) return "";
+  return snapshotDateText(*moment, currentZoneOffset());
 }
 
 bool operator<(const CVSnapshot& a, const CVSnapshot& b) {

@@ -51,6 +51,11 @@ class CVSnapshot {
   mutable std::optional<platform::Date> date_;
 };
 
+// A moment in the full date style and the medium time style of the tool's
+// locale, in a zone `offsetSeconds` east of GMT:
+// "Monday, May 1, 2023 at 10:15:30 AM".
+std::string snapshotDateText(const platform::Date& date, long offsetSeconds);
+
 // Parses "yyyy-MM-dd-HHmmss" as a moment in a zone `offsetSeconds` east of
 // GMT; nothing for text of another shape or a field out of range.
 std::optional<platform::Date> parseSnapshotTimestamp(std::string_view ts, long offsetSeconds);

@@ -2,6 +2,10 @@
 // fallbacks and the enumerations.
 #include "volumes/cv_disk_volume.h"
 
+#include <fstream>
+#include <iterator>
+#include <thread>
+
 #include <gtest/gtest.h>
 
 #include "platform/Platform.h"
@@ -198,4 +202,38 @@ TEST_F(CVDiskVolumeTest, CachedDescriptionIsASnapshot) {
 
   EXPECT_EQ(volume->name(), "Before");
   EXPECT_EQ(byName("disk4s1")->name(), "After");
+}
+
+TEST_F(CVDiskVolumeTest, AMissingMountPointLogsAFault) {
+  machine.json({{"media", json::array()}});
+  machine.install();
+  EXPECT_FALSE(CVDiskVolume::initWithVolumePath(platform::URL::fileURLWithPath("/Volumes/No Disk", true)));
+  std::ifstream log(machine.hostPath("/var/log/cvdiag.log"));
+  std::string lines((std::istreambuf_iterator<char>(log)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(lines,
+            "fault com.tamarlin.Corvane.Volumes CVDisk: Error: "
+            "DADiskCreateFromVolumePath(file:///Volumes/No%20Disk/) returned nil\n");
+}
+
+TEST_F(CVDiskVolumeTest, SharedObjectsFillTheirCachesOnceFromManyThreads) {
+  json media = bootContainer();
+  machine.json({{"media", media}}).directory("/System/Volumes/Data");
+  machine.install();
+  auto data = byName("disk3s5");
+  const auto expectedHash = byName("disk3s5")->hash();
+
+  std::vector<std::thread> threads;
+  std::vector<std::string> infos(6);
+  for (std::size_t i = 0; i < infos.size(); ++i) {
+    threads.emplace_back([&, i] {
+      infos[i] = data->info();
+      EXPECT_EQ(data->hash(), expectedHash);
+      EXPECT_EQ(data->siblings()->size(), 5u);
+      if (i % 2 == 0) data->setVolumeIsIncludedInTimeMachine(true);
+      EXPECT_TRUE(data->parent());
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  for (const auto& info : infos) EXPECT_EQ(info, infos.front());
+  EXPECT_TRUE(data->volumeIsIncludedInTimeMachine());
 }

@@ -52,3 +52,17 @@ TEST(CVSnapshotTest, NowSortsAfterPastSnapshotsAndKeepsItsFirstMoment) {
   EXPECT_FALSE(bogus->date());
   EXPECT_TRUE(*bogus < *older);
 }
+
+TEST(CVSnapshotTest, DescriptionsInFullDateAndMediumTime) {
+  auto utc = parseSnapshotTimestamp("2023-05-01-101530", 0);
+  EXPECT_EQ(snapshotDateText(*utc, 0), "Monday, May 1, 2023 at 10:15:30 AM");
+  EXPECT_EQ(snapshotDateText(*utc, -11 * 3600), "Sunday, April 30, 2023 at 11:15:30 PM");
+  auto midnight = parseSnapshotTimestamp("2024-02-29-000005", 3600);
+  EXPECT_EQ(snapshotDateText(*midnight, 3600), "Thursday, February 29, 2024 at 12:00:05 AM");
+  auto noon = parseSnapshotTimestamp("1999-12-31-120000", 0);
+  EXPECT_EQ(snapshotDateText(*noon, 0), "Friday, December 31, 1999 at 12:00:00 PM");
+  EXPECT_EQ(CVSnapshot::makeNow()->description(), "Now");
+  // The stamp read and written in the same zone gives back its own fields.
+  auto snapshot = CVSnapshot::make("com.apple.TimeMachine.2023-05-01-101530.local");
+  EXPECT_EQ(snapshot->description(), "Monday, May 1, 2023 at 10:15:30 AM");
+}
