@@ -65,8 +65,11 @@ std::optional<CVDiskVolumeSet> CVDiskVolume::children() const {
     const auto ownName = bsdName();
     CVDiskVolumeSet found;
     for (auto& volume : localDisks()) {
+      // A volume without a parent has no parent name, which equals an absent
+      // name of this disk.
       auto itsParent = volume->parent();
-      if (itsParent && sameName(itsParent->bsdName(), ownName)) found.insert(volume);
+      auto parentName = itsParent ? itsParent->bsdName() : std::nullopt;
+      if (sameName(parentName, ownName)) found.insert(volume);
     }
     if (!found.empty()) computed = std::move(found);
   }

@@ -17,17 +17,14 @@ TEST(VolumeRoleTest, RoleWordsAreComparedExactly) {
   EXPECT_EQ(volumeRoleFromRoleWord("Virtual Memory"), VolumeRole::generic);
 }
 
-TEST(VolumeRoleTest, TextsOfEveryRawValue) {
-  const char* texts[] = {"Preboot", "Recovery", "Virtual Memory", "Installer", "Time Machine",
-                         "System",  "Data",     "Update",         "Mounted System Snapshot",
-                         "Generic"};
-  for (std::int64_t raw = 0; raw <= 9; ++raw) {
-    auto role = volumeRoleFromRawValue(raw);
-    ASSERT_TRUE(role.has_value()) << raw;
-    EXPECT_EQ(description(*role), texts[raw]);
-  }
+TEST(VolumeRoleTest, OnlyRawValuesZeroToNineAreRoles) {
+  EXPECT_EQ(volumeRoleFromRawValue(0), VolumeRole::preboot);
+  EXPECT_EQ(volumeRoleFromRawValue(9), VolumeRole::generic);
   EXPECT_FALSE(volumeRoleFromRawValue(-1).has_value());
   EXPECT_FALSE(volumeRoleFromRawValue(10).has_value());
+  // The texts that differ from the registry's words.
+  EXPECT_EQ(description(VolumeRole::virtualMemory), "Virtual Memory");
+  EXPECT_EQ(description(VolumeRole::mountedSystemSnapshot), "Mounted System Snapshot");
 }
 
 TEST(VolumeRoleTest, SliceOfASliceIsAMountedSnapshot) {
