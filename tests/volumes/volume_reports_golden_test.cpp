@@ -8,9 +8,12 @@
 
 #include "app/Sections.h"
 #include "volumes/cv_disk_volume.h"
+#include "support/machine_builder.h"
 #include "volumes/volume_golden_support.h"
+#include "volumes/volume_machines.h"
 
 using volumetest::CopiedMachine;
+using nlohmann::json;
 
 class VolumeReportsGoldenTest : public ::testing::Test {
  protected:
@@ -59,4 +62,36 @@ TEST_F(VolumeReportsGoldenTest, DebugDescriptions) {
   ASSERT_FALSE(disks.empty());
   ASSERT_FALSE(disks.front()->bsdName());
   machine.expectGolden("debug/no_description.txt", disks.front()->debugDescription());
+}
+
+class VolumeReportsEmptyMachineTest : public ::testing::Test {
+ protected:
+  testsupport::MachineBuilder machine;
+};
+
+TEST_F(VolumeReportsEmptyMachineTest, FailingRegistryOrSessionsLeaveTheHeadingsAlone) {
+  for (const char* failure : {"IOServiceGetMatchingServices", "DASessionCreate"}) {
+    machine.json({{"media", {volumetest::wholeDisk("disk0", "Disk", true)}}, {"failures", {failure}}});
+    machine.install();
+    EXPECT_TRUE(CVDiskVolume::localDisks().empty()) << failure;
+    std::ostringstream catalogue;
+    catalogueReport(catalogue);
+    EXPECT_EQ(catalogue.str(), "Cataloging local disks and volumes\n\n") << failure;
+    std::ostringstream duplicates;
+    duplicateUUIDReport(duplicates);
+    EXPECT_EQ(duplicates.str(), "\nDuplicate Volume UUIDs\n[:]\n\n\n") << failure;
+    EXPECT_FALSE(rootOperatingSystemText()) << failure;
+  }
+}
+
+TEST_F(VolumeReportsEmptyMachineTest, VolumesWithoutUUIDsAreNeverDuplicates) {
+  json noUUID1 = volumetest::slice("disk2s1", "A", "hfs");
+  json noUUID2 = volumetest::slice("disk2s2", "B", "hfs");
+  json single = volumetest::slice("disk2s3", "C", "hfs");
+  single["da"]["DAVolumeUUID"] = volumetest::uuid("0B0A4F32-51C2-4D0E-9E0C-3B8A3C2D1E4F");
+  machine.json({{"media", {noUUID1, noUUID2, single}}});
+  machine.install();
+  std::ostringstream duplicates;
+  duplicateUUIDReport(duplicates);
+  EXPECT_EQ(duplicates.str(), "\nDuplicate Volume UUIDs\n[:]\n\n\n");
 }
