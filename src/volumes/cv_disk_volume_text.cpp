@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "platform/DiskArbitration.h"
+#include "platform/Formatters.h"
 #include "platform/Platform.h"
 #include "platform/URLResources.h"
 #include "volumes/cv_disk_volume.h"
-#include "platform/Formatters.h"
 #include "volumes/number_text.h"
 #include "volumes/volume_text.h"
 
