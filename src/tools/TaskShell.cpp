@@ -140,16 +140,16 @@ std::shared_ptr<platform::Task> runCommand(const std::string& launchPath,
     task->setStandardOutput(pipe);
     task->setStandardError(pipe);
     // The group is left twice: at the end of the output and when the child ends.
+    group.enter();
+    group.enter();
     pipe->fileHandleForReading()->setReadabilityHandler(
         appendingHandler(output, [group] { group.leave(); }));
     task->setTerminationHandler([group](platform::Task&) { group.leave(); });
-    group.enter();
-    group.enter();
     if (task->launch()) {
       group.wait();
       lines = decodeOutputLines(output->contents());
     } else {
-      // Nothing ran; the pipe's end releases the handler by itself.
+      // Nothing ran and the group is given up; the handler may go at once.
       pipe->fileHandleForReading()->setReadabilityHandler({});
     }
   }

@@ -4,7 +4,8 @@
 // Both forms block the calling thread until the child has ended and its whole
 // output is in; a completion runs on the calling thread before the operation
 // returns. The exit status of a child is read nowhere: a program that fails
-// hands over its message as its output.
+// hands over its message as its output. The installed platform must have a
+// task launcher.
 
 #include <functional>
 #include <memory>
@@ -28,8 +29,10 @@ TaskLines decodeOutputLines(std::string_view bytes);
 // Runs the program at `launchPath` (a Mac path) with `arguments`, its standard
 // output and error mixed into one pipe in the order written, waits without
 // limit for its end and for the last byte of its output, then calls
-// `completion` (if any) with the task and the lines. A program that cannot be
-// started gives absent lines. Gives the task back.
+// `completion` (if any) with the task and the lines. The output is complete
+// when every process holding the pipe has closed it, so a background process
+// that the program leaves behind with the pipe keeps the run waiting. A
+// program that cannot be started gives absent lines. Gives the task back.
 std::shared_ptr<platform::Task> runCommand(const std::string& launchPath,
                                            const std::vector<std::string>& arguments,
                                            const TaskCompletion& completion = {});
