@@ -81,6 +81,33 @@ std::shared_ptr<ParsableCommand> parseAsRoot(const std::vector<std::string>& arg
   return parseAsRoot(typeOf<T>(), arguments);
 }
 
+// Carries a ParsableArguments type that is no command through the parser.
+template <class T>
+struct WrappedParsableCommand : ParsableCommand {
+  OptionGroup<T> options;
+  static CommandConfiguration configuration() {
+    return {.commandName = convertedToSnakeCase(typeOf<T>()->bareName())};
+  }
+  static void declare(Declarations<WrappedParsableCommand>& d) { d("options", &WrappedParsableCommand::options); }
+};
+
+// Parses the arguments as a value of T: a command (the root) or any other
+// ParsableArguments. A help request, or a parse that ends in another type,
+// throws CommandError like any failure.
+template <class T>
+T parse(const std::vector<std::string>& arguments) {
+  if constexpr (std::is_base_of_v<ParsableCommand, T>) {
+    auto command = parseAsRoot<T>(arguments);
+    if (auto value = std::dynamic_pointer_cast<T>(command)) return *value;
+    if (std::dynamic_pointer_cast<HelpCommand>(command)) command->run();
+  } else {
+    auto command = parseAsRoot<WrappedParsableCommand<T>>(arguments);
+    if (auto wrapped = std::dynamic_pointer_cast<WrappedParsableCommand<T>>(command)) return wrapped->options.value();
+    if (std::dynamic_pointer_cast<HelpCommand>(command)) command->run();
+  }
+  throw CommandError{{typeOf<T>()}, ParserError::simple(ParserError::Case::invalidState)};
+}
+
 // One level, ignoring what it does not know: the values of the set. Exposed
 // for tests of the strategies.
 ParsedValues lenientParse(const ArgumentSet& set, SplitArguments& split, const std::vector<CommandType>& subcommands,

@@ -343,3 +343,30 @@ TEST(DeclaredProperties, DescribeTheirStateAndCannotBeReadBeforeParsing) {
 
 }  // namespace
 }  // namespace apt
+
+namespace apt {
+namespace {
+
+TEST(ParseAsValue, ArgumentsThatAreNoCommandGoThroughAWrapper) {
+  OutputOptions options = ArgumentParser::parse<OutputOptions>({"-v", "--output", "file"});
+  EXPECT_TRUE(options.verbose.value());
+  EXPECT_EQ(options.output.value(), "file");
+  try {
+    ArgumentParser::parse<OutputOptions>({"--output", ""});
+    ADD_FAILURE() << "validation did not fail";
+  } catch (const CommandError& error) {
+    EXPECT_EQ(error.parserError.kind, ParserError::Case::userValidationError);
+  }
+  try {
+    ArgumentParser::parse<OutputOptions>({"--help"});
+    ADD_FAILURE() << "help did not leave";
+  } catch (const CommandError& error) {
+    EXPECT_EQ(error.parserError.kind, ParserError::Case::helpRequested);
+    EXPECT_EQ(typeOf<WrappedParsableCommand<OutputOptions>>()->commandName(), "output-options");
+  }
+  Repeat repeat = ArgumentParser::parse<Repeat>({"hello", "--count", "2"});
+  EXPECT_EQ(repeat.count.value(), 2);
+}
+
+}  // namespace
+}  // namespace apt
