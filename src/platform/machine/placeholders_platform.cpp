@@ -11,14 +11,4 @@ std::shared_ptr<URLResources> makeMachineURLResources(MachineRef) { return nullp
 std::shared_ptr<System> makeMachineSystem(MachineRef) { return nullptr; }
 std::shared_ptr<Workspace> makeMachineWorkspace(MachineRef) { return nullptr; }
 
-std::variant<std::shared_ptr<const Machine>, std::string> loadMachine(const std::filesystem::path&) {
-  return std::string("machine folders are not readable yet");
-}
-std::shared_ptr<const Machine> hostMachine() {
-  auto m = std::make_shared<Machine>();
-  m->folder = "/";
-  m->isHost = true;
-  return m;
-}
-
 }  // namespace platform::machine

@@ -1,0 +1,405 @@
+// Reading a machine folder's machine.json into a Machine, and the Machine of
+// this host. Every problem is reported as one line that names the file, the
+// place in it ("media[2].da.DAVolumePath") and what was wrong.
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/machine/Machine.h"
+
+namespace platform::machine {
+
+namespace {
+
+using nlohmann::json;
+
+// machine.json is written by people and tests; anything larger or deeper than
+// this is no machine description and is refused before it is parsed.
+constexpr std::uintmax_t kMaxMachineFileSize = 64ull * 1024 * 1024;
+constexpr int kMaxNesting = 256;
+
+// A problem at one place of the document; turned into the line at the top.
+struct LoadError {
+  std::string where;
+  std::string what;
+};
+
+std::string oneLine(std::string text) {
+  for (char& c : text)
+    if (c == '\n' || c == '\r') c = ' ';
+  return text;
+}
+
+// Whether brackets nest deeper than the limit, strings skipped. Runs before
+// the parser so that a hostile file never reaches a recursive step.
+bool nestsTooDeep(const std::string& text) {
+  int depth = 0;
+  bool inString = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    char c = text[i];
+    if (inString) {
+      if (c == '\\') ++i;
+      else if (c == '"') inString = false;
+      continue;
+    }
+    if (c == '"') inString = true;
+    else if (c == '[' || c == '{') {
+      if (++depth > kMaxNesting) return true;
+    } else if (c == ']' || c == '}') {
+      --depth;
+    }
+  }
+  return false;
+}
+
+bool isTypedValue(const json& j);
+
+std::string typeName(const json& j) {
+  if (isTypedValue(j)) return "a typed value (" + j.begin().key() + ")";
+  switch (j.type()) {
+    case json::value_t::null: return "null";
+    case json::value_t::boolean: return "a boolean";
+    case json::value_t::number_integer:
+    case json::value_t::number_unsigned:
+    case json::value_t::number_float: return "a number";
+    case json::value_t::string: return "text";
+    case json::value_t::array: return "an array";
+    case json::value_t::object: return "an object";
+    default: return "an unsupported value";
+  }
+}
+
+[[noreturn]] void fail(const std::string& where, std::string what) {
+  throw LoadError{where, std::move(what)};
+}
+
+[[noreturn]] void expected(const std::string& where, const std::string& wanted, const json& got) {
+  fail(where, "expected " + wanted + ", found " + typeName(got));
+}
+
+std::string keyPath(const std::string& base, const std::string& key) {
+  return base.empty() ? key : base + "." + key;
+}
+std::string indexPath(const std::string& base, std::size_t i) {
+  return base + "[" + std::to_string(i) + "]";
+}
+
+std::optional<std::vector<std::uint8_t>> decodeBase64(std::string_view text) {
+  auto sextet = [](char c) -> int {
+    if (c >= 'A' && c <= 'Z') return c - 'A';
+    if (c >= 'a' && c <= 'z') return c - 'a' + 26;
+    if (c >= '0' && c <= '9') return c - '0' + 52;
+    if (c == '+') return 62;
+    if (c == '/') return 63;
+    return -1;
+  };
+  std::string clean;
+  for (char c : text)
+    if (c != ' ' && c != '\n' && c != '\r' && c != '\t') clean.push_back(c);
+  if (clean.size() % 4 != 0) return std::nullopt;
+  std::vector<std::uint8_t> out;
+  for (std::size_t i = 0; i < clean.size(); i += 4) {
+    int v[4];
+    int pad = 0;
+    for (int k = 0; k < 4; ++k) {
+      char c = clean[i + k];
+      if (c == '=') {
+        if (i + 4 != clean.size() || k < 2) return std::nullopt;
+        v[k] = 0;
+        ++pad;
+      } else {
+        if (pad > 0) return std::nullopt;
+        v[k] = sextet(c);
+        if (v[k] < 0) return std::nullopt;
+      }
+    }
+    std::uint32_t n = (v[0] << 18) | (v[1] << 12) | (v[2] << 6) | v[3];
+    out.push_back(static_cast<std::uint8_t>(n >> 16));
+    if (pad < 2) out.push_back(static_cast<std::uint8_t>((n >> 8) & 0xFF));
+    if (pad < 1) out.push_back(static_cast<std::uint8_t>(n & 0xFF));
+  }
+  return out;
+}
+
+bool isTypedValue(const json& j) {
+  return j.is_object() && j.size() == 1 && !j.begin().key().empty() && j.begin().key()[0] == '$';
+}
+
+Value toValue(const json& j, const std::string& where);
+
+Value typedValue(const json& j, const std::string& where) {
+  const std::string& tag = j.begin().key();
+  const json& body = j.begin().value();
+  std::string here = keyPath(where, tag);
+  if (tag != "$url" && tag != "$uuid" && tag != "$data" && tag != "$date")
+    fail(where, "unknown typed value " + tag + " (known: $url, $uuid, $data, $date)");
+  if (!body.is_string()) expected(here, "text", body);
+  const std::string& text = body.get_ref<const std::string&>();
+  if (tag == "$url") {
+    auto url = URL::fromString(text);
+    if (!url) fail(here, "expected an absolute URL, found \"" + text + "\"");
+    return Value(*url);
+  }
+  if (tag == "$uuid") {
+    auto uuid = UUID::fromString(text);
+    if (!uuid) fail(here, "expected a UUID (8-4-4-4-12 hexadecimal), found \"" + text + "\"");
+    return Value(*uuid);
+  }
+  if (tag == "$data") {
+    auto bytes = decodeBase64(text);
+    if (!bytes) fail(here, "expected base64 text");
+    return Value(Bytes(std::move(*bytes)));
+  }
+  auto date = Date::fromISO8601(text);
+  if (!date) fail(here, "expected a date like 2024-03-01T10:00:00Z, found \"" + text + "\"");
+  return Value(*date);
+}
+
+Dictionary toDictionary(const json& j, const std::string& where) {
+  if (!j.is_object() || isTypedValue(j)) expected(where, "an object", j);
+  Dictionary d;
+  for (auto it = j.begin(); it != j.end(); ++it)
+    d.emplace(it.key(), toValue(it.value(), keyPath(where, it.key())));
+  return d;
+}
+
+Value toValue(const json& j, const std::string& where) {
+  switch (j.type()) {
+    case json::value_t::string: return Value(j.get_ref<const std::string&>());
+    case json::value_t::boolean: return Value(j.get<bool>());
+    case json::value_t::number_integer: return Value(static_cast<long long>(j.get<std::int64_t>()));
+    case json::value_t::number_unsigned: {
+      // Non-negative numbers are plain signed numbers where they fit.
+      auto u = j.get<std::uint64_t>();
+      if (u <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
+        return Value(static_cast<long long>(u));
+      return Value(static_cast<unsigned long long>(u));
+    }
+    case json::value_t::number_float: return Value(j.get<double>());
+    case json::value_t::array: {
+      Array a;
+      a.reserve(j.size());
+      for (std::size_t i = 0; i < j.size(); ++i) a.push_back(toValue(j[i], indexPath(where, i)));
+      return Value(std::move(a));
+    }
+    case json::value_t::object:
+      if (isTypedValue(j)) return typedValue(j, where);
+      return Value(toDictionary(j, where));
+    default: fail(where, "expected a value, found " + typeName(j));
+  }
+}
+
+std::string text(const json& j, const std::string& where) {
+  if (!j.is_string()) expected(where, "text", j);
+  return j.get<std::string>();
+}
+
+std::int64_t integer(const json& j, const std::string& where) {
+  if (j.is_number_integer() && !j.is_number_unsigned()) return j.get<std::int64_t>();
+  if (j.is_number_unsigned()) {
+    auto u = j.get<std::uint64_t>();
+    if (u <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
+      return static_cast<std::int64_t>(u);
+    fail(where, "number out of range");
+  }
+  expected(where, "an integer", j);
+}
+
+std::uint64_t unsignedInteger(const json& j, const std::string& where) {
+  if (j.is_number_unsigned()) return j.get<std::uint64_t>();
+  if (j.is_number_integer()) fail(where, "expected a non-negative integer");
+  expected(where, "a non-negative integer", j);
+}
+
+const json& objectAt(const json& j, const std::string& where) {
+  if (!j.is_object() || isTypedValue(j)) expected(where, "an object", j);
+  return j;
+}
+
+const json& arrayAt(const json& j, const std::string& where) {
+  if (!j.is_array()) expected(where, "an array", j);
+  return j;
+}
+
+std::string macPath(const json& j, const std::string& where) {
+  std::string path = text(j, where);
+  if (path.empty() || path[0] != '/')
+    fail(where, "expected an absolute Mac path, found \"" + path + "\"");
+  return path;
+}
+
+VolumeFacts readVolume(const json& j, const std::string& where) {
+  objectAt(j, where);
+  VolumeFacts v;
+  for (auto it = j.begin(); it != j.end(); ++it) {
+    const std::string& key = it.key();
+    const json& value = it.value();
+    std::string here = keyPath(where, key);
+    if (key == "resources") {
+      v.resources = toDictionary(value, here);
+    } else if (key == "resourceError") {
+      v.resourceError = text(value, here);
+    } else if (key == "statfs") {
+      objectAt(value, here);
+      StatfsFacts s;
+      for (auto f = value.begin(); f != value.end(); ++f) {
+        std::string field = keyPath(here, f.key());
+        if (f.key() == "bsize") s.bsize = unsignedInteger(f.value(), field);
+        else if (f.key() == "blocks") s.blocks = unsignedInteger(f.value(), field);
+        else if (f.key() == "bfree") s.bfree = unsignedInteger(f.value(), field);
+        else if (f.key() == "flags") s.flags = unsignedInteger(f.value(), field);
+      }
+      v.statfs = s;
+    } else if (key == "fileCount") {
+      v.fileCount = integer(value, here);
+    } else if (key == "directoryCount") {
+      v.directoryCount = integer(value, here);
+    } else if (key == "device") {
+      v.device = integer(value, here);
+    } else if (key == "realDevice") {
+      v.realDevice = integer(value, here);
+    }
+  }
+  return v;
+}
+
+MediaObject readMedia(const json& j, const std::string& where) {
+  objectAt(j, where);
+  MediaObject m;
+  for (auto it = j.begin(); it != j.end(); ++it) {
+    const std::string& key = it.key();
+    const json& value = it.value();
+    std::string here = keyPath(where, key);
+    if (key == "da") {
+      m.da = toDictionary(value, here);
+    } else if (key == "io") {
+      m.io = toDictionary(value, here);
+    } else if (key == "ioParents") {
+      arrayAt(value, here);
+      for (std::size_t i = 0; i < value.size(); ++i)
+        m.ioParents.push_back(toDictionary(value[i], indexPath(here, i)));
+    } else if (key == "whole") {
+      if (value.is_null()) {
+        m.whole.kind = WholeRule::Kind::None;
+      } else {
+        m.whole.kind = WholeRule::Kind::Named;
+        m.whole.bsdName = text(value, here);
+        if (m.whole.bsdName.rfind("/dev/", 0) == 0) m.whole.bsdName.erase(0, 5);
+      }
+    } else if (key == "volume") {
+      m.volume = readVolume(value, here);
+    }
+  }
+  return m;
+}
+
+FileFacts readFile(const json& j, const std::string& where) {
+  objectAt(j, where);
+  FileFacts f;
+  for (auto it = j.begin(); it != j.end(); ++it) {
+    std::string here = keyPath(where, it.key());
+    if (it.key() == "created" || it.key() == "modified") {
+      Value v = toValue(it.value(), here);
+      if (v.date() == nullptr) expected(here, "a date ({\"$date\": …})", it.value());
+      (it.key() == "created" ? f.created : f.modified) = *v.date();
+    } else if (it.key() == "error") {
+      f.error = text(it.value(), here);
+    }
+  }
+  return f;
+}
+
+void readDocument(const json& root, Machine& m) {
+  if (!root.is_object()) expected("top level", "an object", root);
+  for (auto it = root.begin(); it != root.end(); ++it) {
+    const std::string& key = it.key();
+    const json& value = it.value();
+    if (key == "home") {
+      m.home = macPath(value, key);
+      while (m.home.size() > 1 && m.home.back() == '/') m.home.pop_back();
+    } else if (key == "bundleIdentifier") {
+      if (!value.is_null()) m.bundleIdentifier = text(value, key);
+    } else if (key == "media") {
+      arrayAt(value, key);
+      for (std::size_t i = 0; i < value.size(); ++i)
+        m.media.push_back(readMedia(value[i], indexPath(key, i)));
+    } else if (key == "files") {
+      objectAt(value, key);
+      for (auto f = value.begin(); f != value.end(); ++f) {
+        std::string here = key + "[\"" + f.key() + "\"]";
+        if (f.key().empty() || f.key()[0] != '/')
+          fail(here, "expected an absolute Mac path as the key");
+        m.files[f.key()] = readFile(f.value(), here);
+      }
+    } else if (key == "failures") {
+      arrayAt(value, key);
+      for (std::size_t i = 0; i < value.size(); ++i)
+        m.failures.insert(text(value[i], indexPath(key, i)));
+    }
+  }
+}
+
+}  // namespace
+
+std::variant<std::shared_ptr<const Machine>, std::string> loadMachine(
+    const std::filesystem::path& folder) {
+  std::error_code ec;
+  std::filesystem::path root = std::filesystem::absolute(folder, ec);
+  if (ec) root = folder;
+  const std::filesystem::path file = folder / "machine.json";
+  const std::string name = file.string();
+
+  if (!std::filesystem::is_directory(root, ec))
+    return name + ": the machine folder does not exist or is no directory";
+  std::ifstream in(file, std::ios::binary);
+  if (!in) return name + ": cannot be read (" + std::strerror(errno) + ")";
+  auto size = std::filesystem::file_size(file, ec);
+  if (ec) return name + ": cannot be read (" + ec.message() + ")";
+  if (size > kMaxMachineFileSize)
+    return name + ": too large (" + std::to_string(size) + " bytes, at most " +
+           std::to_string(kMaxMachineFileSize) + ")";
+  std::ostringstream buffer;
+  buffer << in.rdbuf();
+  std::string content = buffer.str();
+  if (nestsTooDeep(content))
+    return name + ": nested deeper than " + std::to_string(kMaxNesting) + " levels";
+
+  json document;
+  try {
+    document = json::parse(content);
+  } catch (const json::exception& e) {
+    std::string what = e.what();
+    // "[json.exception.parse_error.101] parse error at line 1, …": keep the words.
+    if (auto close = what.find("] "); what.rfind("[json.exception.", 0) == 0 &&
+                                      close != std::string::npos)
+      what.erase(0, close + 2);
+    return name + ": invalid JSON: " + oneLine(what);
+  }
+
+  auto machine = std::make_shared<Machine>();
+  machine->folder = root.lexically_normal();
+  try {
+    readDocument(document, *machine);
+  } catch (const LoadError& e) {
+    return name + ": " + oneLine(e.where) + ": " + oneLine(e.what);
+  } catch (const json::exception& e) {
+    return name + ": " + oneLine(e.what());
+  }
+  return std::shared_ptr<const Machine>(std::move(machine));
+}
+
+std::shared_ptr<const Machine> hostMachine() {
+  auto m = std::make_shared<Machine>();
+  m->folder = "/";
+  m->isHost = true;
+  if (const char* home = std::getenv("HOME"); home != nullptr && home[0] == '/') m->home = home;
+  return m;
+}
+
+}  // namespace platform::machine

@@ -1,0 +1,97 @@
+#include "platform/machine/MachineQueries.h"
+
+#include <vector>
+
+namespace platform::machine {
+
+std::string normalizeMacPath(std::string_view macPath) {
+  std::vector<std::string_view> parts;
+  std::string_view rest = macPath;
+  while (!rest.empty()) {
+    auto slash = rest.find('/');
+    std::string_view part = rest.substr(0, slash);
+    rest = slash == std::string_view::npos ? std::string_view() : rest.substr(slash + 1);
+    if (part.empty() || part == ".") continue;
+    if (part == "..") {
+      if (!parts.empty()) parts.pop_back();
+      continue;
+    }
+    parts.push_back(part);
+  }
+  if (parts.empty()) return "/";
+  std::string result;
+  for (auto p : parts) {
+    result += '/';
+    result += p;
+  }
+  return result;
+}
+
+std::string_view stripDevPrefix(std::string_view name) {
+  constexpr std::string_view dev = "/dev/";
+  if (name.substr(0, dev.size()) == dev) name.remove_prefix(dev.size());
+  return name;
+}
+
+std::optional<std::size_t> mediaIndexByBSDName(const Machine& machine, std::string_view name) {
+  name = stripDevPrefix(name);
+  if (name.empty()) return std::nullopt;
+  for (std::size_t i = 0; i < machine.media.size(); ++i)
+    if (auto bsd = machine.media[i].bsdName(); bsd && *bsd == name) return i;
+  return std::nullopt;
+}
+
+std::optional<std::size_t> wholeDiskIndex(const Machine& machine, std::size_t index) {
+  const MediaObject& m = machine.media.at(index);
+  switch (m.whole.kind) {
+    case WholeRule::Kind::None: return std::nullopt;
+    case WholeRule::Kind::Named: return mediaIndexByBSDName(machine, m.whole.bsdName);
+    case WholeRule::Kind::Default: break;
+  }
+  if (m.da) {
+    if (const Value* whole = lookup(*m.da, "DAMediaWhole"); whole && whole->boolean().value_or(false))
+      return index;
+  }
+  auto bsd = m.bsdName();
+  if (!bsd || bsd->rfind("disk", 0) != 0) return std::nullopt;
+  std::size_t end = 4;
+  while (end < bsd->size() && (*bsd)[end] >= '0' && (*bsd)[end] <= '9') ++end;
+  if (end == 4) return std::nullopt;
+  return mediaIndexByBSDName(machine, bsd->substr(0, end));
+}
+
+std::optional<std::size_t> volumeIndexHolding(const Machine& machine, std::string_view macPath) {
+  const std::string path = normalizeMacPath(macPath);
+  std::optional<std::size_t> best;
+  std::size_t bestLength = 0;
+  for (std::size_t i = 0; i < machine.media.size(); ++i) {
+    auto mount = machine.media[i].mountPath();
+    if (!mount) continue;
+    const std::string m = normalizeMacPath(*mount);
+    bool holds = m == "/" || path == m ||
+                 (path.size() > m.size() && path.compare(0, m.size(), m) == 0 && path[m.size()] == '/');
+    if (holds && (!best || m.size() > bestLength)) {
+      best = i;
+      bestLength = m.size();
+    }
+  }
+  return best;
+}
+
+const VolumeFacts* volumeFactsHolding(const Machine& machine, std::string_view macPath) {
+  auto index = volumeIndexHolding(machine, macPath);
+  if (!index || !machine.media[*index].volume) return nullptr;
+  return &*machine.media[*index].volume;
+}
+
+bool existsAtMacPath(const Machine& machine, std::string_view macPath) {
+  const std::string path = normalizeMacPath(macPath);
+  constexpr std::string_view dev = "/dev/";
+  if (!machine.isHost && path.size() > dev.size() && path.compare(0, dev.size(), dev) == 0 &&
+      mediaIndexByBSDName(machine, path))
+    return true;
+  std::error_code ec;
+  return std::filesystem::exists(machine.hostPath(path), ec);
+}
+
+}  // namespace platform::machine

@@ -1,0 +1,198 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "platform/machine/Machine.h"
+#include "support/machine_builder.h"
+
+using platform::machine::Machine;
+using platform::machine::WholeRule;
+using testsupport::MachineBuilder;
+
+namespace {
+
+std::string loadError(const MachineBuilder& m) {
+  auto loaded = m.tryLoad();
+  if (auto* error = std::get_if<std::string>(&loaded)) return *error;
+  return "(loaded)";
+}
+
+std::string file(const MachineBuilder& m) { return (m.folder() / "machine.json").string(); }
+
+}  // namespace
+
+TEST(MachineLoaderTest, ReadsEveryKeyWithTypedValues) {
+  MachineBuilder m;
+  m.json(nlohmann::json::parse(R"({
+    "home": "/Users/ada/",
+    "bundleIdentifier": "com.tamarlin.Corvane",
+    "failures": ["DASessionCreate"],
+    "files": {"/Volumes/Data/a.txt": {"created": {"$date": "2024-03-01T10:00:00Z"}, "error": "gone"}},
+    "media": [
+      {"da": {"DAMediaBSDName": "disk4", "DAMediaWhole": true, "DAMediaSize": 2000398934016,
+              "DAMediaUUID": {"$uuid": "0b0a4f32-51c2-4d0e-9e0c-3b8a3c2d1e4f"},
+              "Big": 18446744073709551615, "Neg": -1, "Real": 4.5, "List": [1, "two"]},
+       "io": {"BSD Name": "disk4", "image-path": {"$data": "L3gvYS5kbWc="}},
+       "ioParents": [{"DiskImageURL": "file:///x/a.dmg"}, {}],
+       "whole": null},
+      {"da": {"DAMediaBSDName": "disk4s2", "DAVolumePath": {"$url": "file:///Volumes/Data/"}},
+       "whole": "/dev/disk4",
+       "volume": {"resources": {"NSURLVolumeIsBrowsableKey": true}, "resourceError": "no",
+                  "statfs": {"bsize": 4096, "blocks": 10, "bfree": 3, "flags": 1},
+                  "fileCount": 7, "directoryCount": 2, "device": 16777220, "realDevice": -5}},
+      {}
+    ]})"));
+  auto machine = m.load();
+  EXPECT_EQ(machine->home, "/Users/ada");
+  EXPECT_EQ(machine->bundleIdentifier, "com.tamarlin.Corvane");
+  EXPECT_TRUE(machine->fails("DASessionCreate"));
+  EXPECT_FALSE(machine->fails("IOServiceGetMatchingServices"));
+  EXPECT_EQ(machine->folder, std::filesystem::path(m.folder()).lexically_normal());
+
+  ASSERT_EQ(machine->files.count("/Volumes/Data/a.txt"), 1u);
+  const auto& facts = machine->files.at("/Volumes/Data/a.txt");
+  ASSERT_TRUE(facts.created);
+  EXPECT_EQ(facts.created->secondsSince1970, 1709287200.0);
+  EXPECT_FALSE(facts.modified);
+  EXPECT_EQ(facts.error, "gone");
+
+  ASSERT_EQ(machine->media.size(), 3u);
+  const auto& whole = machine->media[0];
+  EXPECT_EQ(whole.bsdName(), "disk4");
+  EXPECT_EQ(whole.whole.kind, WholeRule::Kind::None);
+  const auto& da = *whole.da;
+  EXPECT_EQ(platform::lookup(da, "DAMediaUUID")->uuid()->uuidString(),
+            "0B0A4F32-51C2-4D0E-9E0C-3B8A3C2D1E4F");
+  EXPECT_EQ(platform::lookup(da, "DAMediaSize")->kind(), platform::Value::Kind::Integer);
+  EXPECT_EQ(platform::lookup(da, "DAMediaSize")->asInt64(), 2000398934016);
+  EXPECT_EQ(platform::lookup(da, "Big")->kind(), platform::Value::Kind::Unsigned);
+  EXPECT_EQ(platform::lookup(da, "Neg")->asInt64(), -1);
+  EXPECT_EQ(platform::lookup(da, "Real")->asDouble(), 4.5);
+  EXPECT_EQ(platform::lookup(da, "List")->array()->size(), 2u);
+  EXPECT_EQ(platform::lookup(*whole.io, "image-path")->data()->asStringView(), "/x/a.dmg");
+  ASSERT_EQ(whole.ioParents.size(), 2u);
+  EXPECT_EQ(*platform::lookup(whole.ioParents[0], "DiskImageURL")->string(), "file:///x/a.dmg");
+  EXPECT_FALSE(whole.volume);
+
+  const auto& slice = machine->media[1];
+  EXPECT_EQ(slice.whole.kind, WholeRule::Kind::Named);
+  EXPECT_EQ(slice.whole.bsdName, "disk4");
+  EXPECT_EQ(slice.mountPath(), "/Volumes/Data");
+  ASSERT_TRUE(slice.volume);
+  EXPECT_EQ(slice.volume->resourceError, "no");
+  ASSERT_TRUE(slice.volume->statfs);
+  EXPECT_EQ(slice.volume->statfs->bsize, 4096u);
+  EXPECT_EQ(slice.volume->statfs->flags, 1u);
+  EXPECT_EQ(slice.volume->fileCount, 7);
+  EXPECT_EQ(slice.volume->directoryCount, 2);
+  EXPECT_EQ(slice.volume->device, 16777220);
+  EXPECT_EQ(slice.volume->realDevice, -5);
+  EXPECT_FALSE(slice.io);
+
+  const auto& empty = machine->media[2];
+  EXPECT_FALSE(empty.da);
+  EXPECT_FALSE(empty.io);
+  EXPECT_EQ(empty.whole.kind, WholeRule::Kind::Default);
+}
+
+TEST(MachineLoaderTest, AnEmptyDocumentGivesTheDefaults) {
+  MachineBuilder m;
+  auto machine = m.load();
+  EXPECT_EQ(machine->home, "/Users/user");
+  EXPECT_FALSE(machine->bundleIdentifier);
+  EXPECT_TRUE(machine->media.empty());
+  EXPECT_FALSE(machine->isHost);
+}
+
+TEST(MachineLoaderTest, ProblemsAreOneLineNamingTheFileAndThePlace) {
+  struct Case {
+    const char* text;
+    const char* message;
+  };
+  const Case cases[] = {
+      {"[]", "top level: expected an object, found an array"},
+      {R"({"home": 5})", "home: expected text, found a number"},
+      {R"({"home": "Users/ada"})", "home: expected an absolute Mac path, found \"Users/ada\""},
+      {R"({"media": {}})", "media: expected an array, found an object"},
+      {R"({"media": [{}, 3]})", "media[1]: expected an object, found a number"},
+      {R"({"media": [{"da": {"DAVolumePath": {"$url": "Volumes"}}}]})",
+       "media[0].da.DAVolumePath.$url: expected an absolute URL, found \"Volumes\""},
+      {R"({"media": [{"da": {"DAVolumeUUID": {"$uuid": "nope"}}}]})",
+       "media[0].da.DAVolumeUUID.$uuid: expected a UUID (8-4-4-4-12 hexadecimal), found \"nope\""},
+      {R"({"media": [{"io": {"x": {"$data": "abc"}}}]})", "media[0].io.x.$data: expected base64 text"},
+      {R"({"media": [{"io": {"x": {"$data": 12}}}]})",
+       "media[0].io.x.$data: expected text, found a number"},
+      {R"({"media": [{"io": {"x": {"$when": "x"}}}]})",
+       "media[0].io.x: unknown typed value $when (known: $url, $uuid, $data, $date)"},
+      {R"({"media": [{"io": {"x": [1, null]}}]})", "media[0].io.x[1]: expected a value, found null"},
+      {R"({"media": [{"ioParents": [{}, "p"]}]})",
+       "media[0].ioParents[1]: expected an object, found text"},
+      {R"({"media": [{"whole": true}]})", "media[0].whole: expected text, found a boolean"},
+      {R"({"media": [{"volume": {"statfs": {"bsize": -1}}}]})",
+       "media[0].volume.statfs.bsize: expected a non-negative integer"},
+      {R"({"media": [{"volume": {"fileCount": "7"}}]})",
+       "media[0].volume.fileCount: expected an integer, found text"},
+      {R"({"media": [{"volume": {"resources": {"$url": "file:///"}}}]})",
+       "media[0].volume.resources: expected an object, found a typed value ($url)"},
+      {R"({"files": {"/a": {"created": {"$date": "yesterday"}}}})",
+       "files[\"/a\"].created.$date: expected a date like 2024-03-01T10:00:00Z, found \"yesterday\""},
+      {R"({"files": {"/a": {"modified": "2024"}}})",
+       "files[\"/a\"].modified: expected a date ({\"$date\": …}), found text"},
+      {R"({"files": {"a": {}}})", "files[\"a\"]: expected an absolute Mac path as the key"},
+      {R"({"failures": ["DASessionCreate", 1]})", "failures[1]: expected text, found a number"},
+  };
+  for (const auto& c : cases) {
+    MachineBuilder m;
+    m.jsonText(c.text);
+    EXPECT_EQ(loadError(m), file(m) + ": " + c.message) << c.text;
+  }
+}
+
+TEST(MachineLoaderTest, UnreadableFoldersAndBrokenJSONAreRefusedInOneLine) {
+  MachineBuilder missing;
+  std::filesystem::remove(missing.folder() / "machine.json");
+  EXPECT_EQ(loadError(missing), file(missing) + ": cannot be read (No such file or directory)");
+
+  auto nowhere = missing.folder() / "nowhere";
+  auto loaded = platform::machine::loadMachine(nowhere);
+  ASSERT_TRUE(std::holds_alternative<std::string>(loaded));
+  EXPECT_EQ(std::get<std::string>(loaded),
+            (nowhere / "machine.json").string() +
+                ": the machine folder does not exist or is no directory");
+
+  MachineBuilder broken;
+  broken.jsonText("{\"home\": \n");
+  std::string error = loadError(broken);
+  EXPECT_EQ(error.rfind(file(broken) + ": invalid JSON: parse error at line 2", 0), 0u) << error;
+  EXPECT_EQ(error.find('\n'), std::string::npos);
+
+  MachineBuilder deep;
+  deep.jsonText(std::string(100000, '[') + std::string(100000, ']'));
+  EXPECT_EQ(loadError(deep), file(deep) + ": nested deeper than 256 levels");
+
+  // Brackets inside text do not count as nesting.
+  MachineBuilder quoted;
+  quoted.jsonText("{\"bundleIdentifier\": \"" + std::string(1000, '[') + "\\\"\"}");
+  EXPECT_EQ(loadError(quoted), "(loaded)");
+}
+
+TEST(MachineLoaderTest, ABigDocumentLoads) {
+  nlohmann::json media = nlohmann::json::array();
+  for (int i = 0; i < 5000; ++i)
+    media.push_back({{"da", {{"DAMediaBSDName", "disk" + std::to_string(i)}, {"DAMediaWhole", true}}}});
+  MachineBuilder m;
+  m.json({{"media", media}});
+  EXPECT_EQ(m.load()->media.size(), 5000u);
+}
+
+TEST(MachineLoaderTest, TheHostMachineIsRootedAtSlashWithTheHomeOfTheEnvironment) {
+  auto host = platform::machine::hostMachine();
+  EXPECT_TRUE(host->isHost);
+  EXPECT_EQ(host->folder, std::filesystem::path("/"));
+  EXPECT_TRUE(host->media.empty());
+  if (const char* home = std::getenv("HOME"); home && home[0] == '/') {
+    EXPECT_EQ(host->home, home);
+  }
+  EXPECT_EQ(host->hostPath("/etc/../tmp"), std::filesystem::path("/tmp"));
+}
