@@ -1,0 +1,374 @@
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+#include "platform/DiskArbitration.h"
+#include "platform/machine/SimulatedDiskArbitration.h"
+#include "support/machine_builder.h"
+
+using namespace platform;
+using platform::machine::SimulatedDiskArbitration;
+using platform::machine::UnmountRequest;
+using testsupport::MachineBuilder;
+
+namespace {
+
+// A serial queue on its own thread, standing in for a dispatch queue.
+class TestQueue {
+ public:
+  TestQueue() : thread_([this] { run(); }) {}
+  ~TestQueue() {
+    {
+      std::lock_guard lock(mutex_);
+      stop_ = true;
+    }
+    wake_.notify_all();
+    thread_.join();
+  }
+  DAExecutor executor() {
+    return [this](std::function<void()> block) {
+      std::lock_guard lock(mutex_);
+      blocks_.push_back(std::move(block));
+      wake_.notify_all();
+    };
+  }
+  // Waits until every block handed in so far has run.
+  void drain() {
+    std::unique_lock lock(mutex_);
+    idle_.wait(lock, [this] { return blocks_.empty() && !busy_; });
+  }
+  std::thread::id id() const { return thread_.get_id(); }
+
+ private:
+  void run() {
+    std::unique_lock lock(mutex_);
+    for (;;) {
+      wake_.wait(lock, [this] { return stop_ || !blocks_.empty(); });
+      if (blocks_.empty()) return;
+      auto block = std::move(blocks_.front());
+      blocks_.pop_front();
+      busy_ = true;
+      lock.unlock();
+      block();
+      lock.lock();
+      busy_ = false;
+      if (blocks_.empty()) idle_.notify_all();
+    }
+  }
+  std::mutex mutex_;
+  std::condition_variable wake_, idle_;
+  std::deque<std::function<void()>> blocks_;
+  bool busy_ = false;
+  bool stop_ = false;
+  std::thread thread_;
+};
+
+// What the callbacks saw, written on the queue and read after a drain.
+struct Seen {
+  std::mutex mutex;
+  std::vector<std::string> events;
+  bool offQueue = false;
+  void add(std::string e) {
+    std::lock_guard lock(mutex);
+    events.push_back(std::move(e));
+  }
+  std::vector<std::string> take() {
+    std::lock_guard lock(mutex);
+    return std::exchange(events, {});
+  }
+};
+
+nlohmann::json mediaObject(const std::string& bsd, bool whole, nlohmann::json extra = nlohmann::json::object()) {
+  nlohmann::json da = {{"DAMediaBSDName", bsd}, {"DAMediaWhole", whole}};
+  da.update(extra);
+  return {{"da", da}, {"io", {{"BSD Name", bsd}}}};
+}
+
+class DiskArbitrationTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    nlohmann::json list = nlohmann::json::array();
+    list.push_back(mediaObject("disk1", true));
+    list.push_back(mediaObject("disk1s1", false,
+                         {{"DAVolumeName", "Macintosh HD"},
+                          {"DAVolumePath", {{"$url", "file:///"}}}}));
+    list.push_back(mediaObject("disk4", true));
+    list.push_back(mediaObject("disk4s2", false,
+                         {{"DAVolumeName", "Backup"},
+                          {"DAVolumePath", {{"$url", "file:///Volumes/Back%20up/"}}}}));
+    list.push_back(mediaObject("disk3s1s1", false));  // its whole disk is not attached
+    auto img = mediaObject("disk10s1", false);
+    img["whole"] = "disk4";
+    list.push_back(img);
+    auto orphan = mediaObject("disk4s3", false);
+    orphan["whole"] = nullptr;
+    list.push_back(orphan);
+    list.push_back({{"io", {{"BSD Name", "nameless"}}}});  // no description at all
+    builder.json({{"media", list}});
+    platformValue = builder.platform();
+    da = platformValue.diskArbitration;
+    simulated = std::dynamic_pointer_cast<SimulatedDiskArbitration>(da);
+    ASSERT_TRUE(simulated);
+    session = da->DASessionCreate();
+    ASSERT_TRUE(session);
+  }
+
+  std::optional<std::string> bsd(const DADiskRef& disk) { return da->DADiskGetBSDName(disk); }
+
+  MachineBuilder builder;
+  Platform platformValue;
+  std::shared_ptr<DiskArbitration> da;
+  std::shared_ptr<SimulatedDiskArbitration> simulated;
+  DASessionRef session;
+};
+
+}  // namespace
+
+TEST_F(DiskArbitrationTest, DisksAreFoundByBSDNameVolumePathAndIOMedia) {
+  auto slice = da->DADiskCreateFromBSDName(session, "disk4s2");
+  ASSERT_TRUE(slice);
+  EXPECT_EQ(bsd(slice), "disk4s2");
+  auto viaDev = da->DADiskCreateFromBSDName(session, "/dev/disk4s2");
+  EXPECT_TRUE(da->CFEqual(slice, viaDev));
+  EXPECT_EQ(da->CFHash(slice), da->CFHash(viaDev));
+  EXPECT_FALSE(da->CFEqual(slice, da->DADiskCreateFromBSDName(session, "disk4")));
+  EXPECT_FALSE(da->DADiskCreateFromBSDName(session, "disk9"));
+  EXPECT_FALSE(da->DADiskCreateFromBSDName(session, "/dev/"));
+  EXPECT_FALSE(da->DADiskCreateFromBSDName(nullptr, "disk4s2"));
+
+  // The volume path matches with or without its final "/", decoded.
+  auto byPath = da->DADiskCreateFromVolumePath(session, URL::fileURLWithPath("/Volumes/Back up", false));
+  EXPECT_TRUE(da->CFEqual(byPath, slice));
+  EXPECT_EQ(bsd(da->DADiskCreateFromVolumePath(session, URL::fileURLWithPath("/", true))), "disk1s1");
+  EXPECT_FALSE(da->DADiskCreateFromVolumePath(session, URL::fileURLWithPath("/Volumes", true)));
+
+  // The IOMedia entry and the disk lead to each other.
+  auto media = da->DADiskCopyIOMedia(slice);
+  ASSERT_TRUE(media);
+  EXPECT_TRUE(da->CFEqual(da->DADiskCreateFromIOMedia(session, media), slice));
+  EXPECT_EQ(*platformValue.ioKit->IORegistryEntryCreateCFProperty(media, "BSD Name")->string(),
+            "disk4s2");
+
+  // Entries of another machine are not this machine's disks.
+  MachineBuilder other;
+  other.json({{"media", {mediaObject("disk4s2", false)}}});
+  auto otherPlatform = other.platform();
+  auto foreign = otherPlatform.ioKit->IOServiceGetMatchingServices(
+      otherPlatform.ioKit->IOServiceMatching("IOMedia"));
+  EXPECT_FALSE(da->DADiskCreateFromIOMedia(session, foreign->next()));
+  EXPECT_FALSE(da->DADiskCopyDescription(otherPlatform.diskArbitration->DADiskCreateFromBSDName(
+      otherPlatform.diskArbitration->DASessionCreate(), "disk4s2")));
+}
+
+TEST_F(DiskArbitrationTest, DescriptionsAndNullDisks) {
+  auto slice = da->DADiskCreateFromBSDName(session, "disk4s2");
+  auto description = da->DADiskCopyDescription(slice);
+  ASSERT_TRUE(description);
+  EXPECT_EQ(*lookup(*description, kDADiskDescriptionVolumeNameKey)->string(), "Backup");
+  EXPECT_EQ(lookup(*description, kDADiskDescriptionVolumePathKey)->url()->absoluteString(),
+            "file:///Volumes/Back%20up/");
+
+  auto iterator = platformValue.ioKit->IOServiceGetMatchingServices(
+      platformValue.ioKit->IOServiceMatching("IOMedia"));
+  IORegistryEntryRef last, entry;
+  while ((entry = iterator->next())) last = entry;
+  auto nameless = da->DADiskCreateFromIOMedia(session, last);
+  ASSERT_TRUE(nameless);
+  EXPECT_FALSE(da->DADiskCopyDescription(nameless));
+  EXPECT_FALSE(da->DADiskGetBSDName(nameless));
+
+  EXPECT_FALSE(da->DADiskCopyDescription(nullptr));
+  EXPECT_FALSE(da->DADiskCopyIOMedia(nullptr));
+  EXPECT_FALSE(da->DADiskCopyWholeDisk(nullptr));
+  EXPECT_EQ(da->CFHash(nullptr), 0u);
+  EXPECT_TRUE(da->CFEqual(nullptr, nullptr));
+  EXPECT_FALSE(da->CFEqual(nullptr, slice));
+}
+
+TEST_F(DiskArbitrationTest, WholeDisksFollowTheRuleOrTheRecordedName) {
+  auto whole = [&](const char* name) { return bsd(da->DADiskCopyWholeDisk(da->DADiskCreateFromBSDName(session, name))); };
+  EXPECT_EQ(whole("disk4"), "disk4");          // a whole disk gives itself
+  EXPECT_EQ(whole("disk4s2"), "disk4");        // the leading disk<N> of the name
+  EXPECT_EQ(whole("disk1s1"), "disk1");
+  EXPECT_EQ(whole("disk3s1s1"), std::nullopt);  // disk3 is not attached
+  EXPECT_EQ(whole("disk10s1"), "disk4");       // "whole" names it
+  EXPECT_EQ(whole("disk4s3"), std::nullopt);   // "whole": null
+}
+
+TEST_F(DiskArbitrationTest, SessionCreationFailsWhenTheMachineSaysSo) {
+  MachineBuilder failing;
+  failing.json({{"failures", {"DASessionCreate"}}, {"media", {mediaObject("disk1", true)}}});
+  auto p = failing.platform();
+  EXPECT_FALSE(p.diskArbitration->DASessionCreate());
+  EXPECT_EQ(p.diskArbitration->DARegisterDiskAppearedCallback(nullptr, std::nullopt, [](const DADiskRef&) {}).id, 0u);
+}
+
+TEST_F(DiskArbitrationTest, AppearedIsCalledOncePerMediaObjectOnTheQueueOnceOneIsSet) {
+  TestQueue queue;
+  Seen seen;
+  auto callback = [&](const DADiskRef& disk) {
+    if (std::this_thread::get_id() != queue.id()) seen.offQueue = true;
+    seen.add(bsd(disk).value_or("-"));
+  };
+  auto token = da->DARegisterDiskAppearedCallback(session, std::nullopt, callback);
+  EXPECT_NE(token.id, 0u);
+  // Nothing is delivered before the session has a queue.
+  std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  EXPECT_TRUE(seen.take().empty());
+  da->DASessionSetDispatchQueue(session, queue.executor());
+  queue.drain();
+  EXPECT_EQ(seen.take(), (std::vector<std::string>{"disk1", "disk1s1", "disk4", "disk4s2", "disk3s1s1",
+                                                   "disk10s1", "disk4s3", "-"}));
+  EXPECT_FALSE(seen.offQueue);
+
+  // A second registration with a match on a queue already set.
+  da->DARegisterDiskAppearedCallback(session, kDADiskDescriptionMatchMediaWhole(), callback);
+  queue.drain();
+  EXPECT_EQ(seen.take(), (std::vector<std::string>{"disk1", "disk4"}));
+
+  // A simulated appearance reaches both registrations; after unregistering, one.
+  EXPECT_EQ(simulated->simulateDiskAppeared("/dev/disk4"), 2u);
+  queue.drain();
+  EXPECT_EQ(seen.take(), (std::vector<std::string>{"disk4", "disk4"}));
+  da->DAUnregisterCallback(session, token);
+  EXPECT_EQ(simulated->simulateDiskAppeared("disk4"), 1u);
+  EXPECT_EQ(simulated->simulateDiskAppeared("disk4s2"), 0u);  // not whole
+  EXPECT_EQ(simulated->simulateDiskAppeared("disk77"), 0u);
+  queue.drain();
+  EXPECT_EQ(seen.take(), (std::vector<std::string>{"disk4"}));
+}
+
+TEST_F(DiskArbitrationTest, DetachingTheQueueHoldsDeliveriesAndUnregisteringDropsQueuedOnes) {
+  TestQueue queue;
+  Seen seen;
+  auto token = da->DARegisterDiskDisappearedCallback(
+      session, kDADiskDescriptionMatchMediaWhole(),
+      [&](const DADiskRef& disk) { seen.add("gone " + bsd(disk).value_or("-")); });
+  da->DARegisterDiskPeekCallback(session, std::nullopt, 0,
+                                 [&](const DADiskRef& disk) { seen.add("peek " + *bsd(disk)); });
+  EXPECT_EQ(simulated->simulateDiskDisappeared("disk4"), 1u);
+  EXPECT_EQ(simulated->simulateDiskDisappeared("disk4s2"), 0u);  // whole media only
+  EXPECT_EQ(simulated->simulateDiskPeek("disk4s2"), 1u);
+  da->DASessionSetDispatchQueue(session, queue.executor());
+  queue.drain();
+  EXPECT_EQ(seen.take(), (std::vector<std::string>{"gone disk4", "peek disk4s2"}));
+
+  da->DASessionSetDispatchQueue(session, {});
+  EXPECT_EQ(simulated->simulateDiskDisappeared("disk1"), 1u);
+  da->DAUnregisterCallback(session, token);  // before the held delivery runs
+  da->DASessionSetDispatchQueue(session, queue.executor());
+  queue.drain();
+  EXPECT_TRUE(seen.take().empty());
+}
+
+TEST_F(DiskArbitrationTest, DescriptionChangesReplaceTheDescriptionAndTellTheChangedKeys) {
+  TestQueue queue;
+  da->DASessionSetDispatchQueue(session, queue.executor());
+  Seen seen;
+  auto record = [&](const char* who) {
+    return [&seen, who, this](const DADiskRef& disk, const std::vector<std::string>& keys) {
+      std::string line = std::string(who) + " " + bsd(disk).value_or("-") + ":";
+      for (const auto& k : keys) line += " " + k;
+      auto d = da->DADiskCopyDescription(disk);
+      line += " name=" + *lookup(*d, "DAVolumeName")->string();
+      seen.add(line);
+    };
+  };
+  Dictionary match{{"DAMediaBSDName", Value("disk4s2")}};
+  da->DARegisterDiskDescriptionChangedCallback(session, match, std::nullopt, record("all"));
+  da->DARegisterDiskDescriptionChangedCallback(session, match,
+                                               std::vector<std::string>{"DAVolumeUUID"}, record("uuid"));
+  da->DARegisterDiskDescriptionChangedCallback(session, Dictionary{{"DAMediaBSDName", Value("disk1s1")}},
+                                               std::nullopt, record("other"));
+
+  auto description = *da->DADiskCopyDescription(da->DADiskCreateFromBSDName(session, "disk4s2"));
+  description["DAVolumeName"] = Value("Archive");
+  description.erase("DAVolumePath");
+  description["DAVolumeKind"] = Value("apfs");
+  EXPECT_EQ(simulated->simulateDescriptionChanged("disk4s2", description), 1u);
+  queue.drain();
+  EXPECT_EQ(seen.take(),
+            (std::vector<std::string>{"all disk4s2: DAVolumeKind DAVolumeName DAVolumePath name=Archive"}));
+  // The new description stays, and the old volume path no longer finds the disk.
+  EXPECT_FALSE(da->DADiskCreateFromVolumePath(session, URL::fileURLWithPath("/Volumes/Back up", true)));
+
+  description["DAVolumeUUID"] = Value(*UUID::fromString("6C1D3C57-9E54-4A6B-8D37-2C0E1F7B5A10"));
+  EXPECT_EQ(simulated->simulateDescriptionChanged("disk4s2", description), 2u);
+  queue.drain();
+  EXPECT_EQ(seen.take(), (std::vector<std::string>{"all disk4s2: DAVolumeUUID name=Archive",
+                                                   "uuid disk4s2: DAVolumeUUID name=Archive"}));
+  EXPECT_EQ(simulated->simulateDescriptionChanged("disk4s2", description), 0u);  // nothing changed
+}
+
+TEST_F(DiskArbitrationTest, ApprovalAnswersAndUnmountRequestsAreRecorded) {
+  TestQueue queue;
+  da->DASessionSetDispatchQueue(session, queue.executor());
+  da->DARegisterDiskMountApprovalCallback(session, std::nullopt,
+                                          [](const DADiskRef&) { return std::optional<DADissenter>(); });
+  da->DARegisterDiskEjectApprovalCallback(session, std::nullopt, [](const DADiskRef&) {
+    return std::optional<DADissenter>(DADissenter{-1, "busy"});
+  });
+  EXPECT_EQ(simulated->simulateMountApproval("disk4s2"), 1u);
+  EXPECT_EQ(simulated->simulateUnmountApproval("disk4s2"), 0u);
+  EXPECT_EQ(simulated->simulateEjectApproval("disk4"), 1u);
+  queue.drain();
+  EXPECT_EQ(simulated->approvalAnswers(),
+            (std::vector<std::optional<DADissenter>>{std::nullopt, DADissenter{-1, "busy"}}));
+
+  std::atomic<int> outcomes{0};
+  da->DADiskUnmount(da->DADiskCreateFromBSDName(session, "disk4s2"), kDADiskUnmountOptionForce, {});
+  da->DADiskUnmount(da->DADiskCreateFromBSDName(session, "disk1s1"), kDADiskUnmountOptionDefault,
+                    [&](const DADiskRef&, const std::optional<DADissenter>& d) {
+                      if (!d) ++outcomes;
+                    });
+  da->DADiskUnmount(nullptr, 0, {});
+  queue.drain();
+  EXPECT_EQ(outcomes, 1);
+  EXPECT_EQ(simulated->unmountRequests(),
+            (std::vector<UnmountRequest>{{"disk4s2", kDADiskUnmountOptionForce},
+                                         {"disk1s1", kDADiskUnmountOptionDefault},
+                                         {std::nullopt, 0}}));
+}
+
+TEST_F(DiskArbitrationTest, CallbacksMayCallBackIntoDiskArbitrationFromAnInlineExecutor) {
+  // An executor that runs blocks at once, on the delivering thread.
+  da->DASessionSetDispatchQueue(session, [](std::function<void()> block) { block(); });
+  std::vector<std::string> seen;
+  da->DARegisterDiskAppearedCallback(session, kDADiskDescriptionMatchMediaWhole(), [&](const DADiskRef& disk) {
+    auto name = *bsd(disk);
+    seen.push_back(name);
+    // Registering from inside a callback delivers again without a deadlock.
+    if (name == "disk1")
+      da->DARegisterDiskAppearedCallback(session, Dictionary{{"DAMediaBSDName", Value("disk4s2")}},
+                                         [&](const DADiskRef& d) { seen.push_back("inner " + *bsd(d)); });
+  });
+  EXPECT_EQ(seen, (std::vector<std::string>{"disk1", "inner disk4s2", "disk4"}));
+}
+
+TEST_F(DiskArbitrationTest, EventsRunConcurrentlyWithCallsFromOtherThreads) {
+  TestQueue queue;
+  da->DASessionSetDispatchQueue(session, queue.executor());
+  std::atomic<int> calls{0};
+  da->DARegisterDiskDescriptionChangedCallback(session, std::nullopt, std::nullopt,
+                                               [&](const DADiskRef& disk, const std::vector<std::string>&) {
+                                                 if (da->DADiskCopyDescription(disk)) ++calls;
+                                               });
+  std::thread changer([&] {
+    for (int i = 0; i < 50; ++i) {
+      Dictionary d{{"DAMediaBSDName", Value("disk4s2")}, {"DAVolumeName", Value(std::to_string(i))}};
+      simulated->simulateDescriptionChanged("disk4s2", d);
+    }
+  });
+  for (int i = 0; i < 50; ++i) {
+    auto other = da->DASessionCreate();
+    auto disk = da->DADiskCreateFromBSDName(other, "disk4s2");
+    EXPECT_TRUE(disk);
+    EXPECT_TRUE(da->DADiskCopyDescription(disk));
+  }
+  changer.join();
+  queue.drain();
+  EXPECT_EQ(calls, 50);
+}
