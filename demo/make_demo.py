@@ -467,7 +467,6 @@ def volume_facts(m):
         "NSURLVolumeNameKey": v["name"],
         "NSURLVolumeLocalizedNameKey": v["name"],
         "NSURLVolumeUUIDStringKey": V[m.bsd],
-        "NSURLVolumeURLKey": t_url(mount),
         "NSURLVolumeLocalizedFormatDescriptionKey": v["format"],
         "NSURLVolumeTotalCapacityKey": v["total"],
         "NSURLVolumeAvailableCapacityKey": v["free"],

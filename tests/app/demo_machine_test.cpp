@@ -22,8 +22,10 @@
 #include <string>
 #include <vector>
 
+#include "platform/Platform.h"
 #include "platform/Value.h"
 #include "platform/machine/Machine.h"
+#include "platform/machine/MachinePlatform.h"
 #include "platform/machine/MachineQueries.h"
 
 namespace {
@@ -527,4 +529,78 @@ TEST(DemoMachineTest, SettingsPackagesAndTheirDatesAreInPlace) {
     EXPECT_TRUE(facts.created && facts.modified) << path;
     EXPECT_LE(facts.created->secondsSince1970, facts.modified->secondsSince1970) << path;
   }
+}
+
+// What the report code will see of the demo through the platform's own
+// interfaces: every disk through IOKit and Disk Arbitration, the running
+// system at "/", the image behind the attached disk image, the settings
+// packages through the file manager, and the recorded file dates.
+TEST(DemoMachineTest, PlatformInterfacesSeeTheDemoMac) {
+  auto machine = loadDemo();
+  ASSERT_TRUE(machine);
+  platform::Platform p = platform::machine::makeMachinePlatform(machine, {});
+  ASSERT_TRUE(p.ioKit && p.diskArbitration && p.fileManager && p.urlResources);
+
+  auto iterator = p.ioKit->IOServiceGetMatchingServices(p.ioKit->IOServiceMatching("IOMedia"));
+  ASSERT_TRUE(iterator);
+  auto session = p.diskArbitration->DASessionCreate();
+  ASSERT_TRUE(session);
+  std::vector<std::string> seen;
+  while (auto entry = iterator->next()) {
+    auto disk = p.diskArbitration->DADiskCreateFromIOMedia(session, entry);
+    ASSERT_TRUE(disk);
+    auto description = p.diskArbitration->DADiskCopyDescription(disk);
+    ASSERT_TRUE(description);
+    seen.push_back(text(*description, "DAMediaBSDName"));
+  }
+  EXPECT_EQ(seen.size(), 19u);
+  EXPECT_EQ(seen.front(), "disk0");
+
+  auto root = p.diskArbitration->DADiskCreateFromVolumePath(session, platform::URL::fileURLWithPath("/", true));
+  ASSERT_TRUE(root);
+  EXPECT_EQ(text(*p.diskArbitration->DADiskCopyDescription(root), "DAMediaBSDName"), "disk1s1s1");
+  auto container = p.diskArbitration->DADiskCopyWholeDisk(root);
+  ASSERT_TRUE(container);
+  EXPECT_EQ(text(*p.diskArbitration->DADiskCopyDescription(container), "DAMediaBSDName"), "disk1");
+  EXPECT_TRUE(p.fileManager->fileExistsAtPath("/dev/disk1s1s1"));
+
+  auto image = p.diskArbitration->DADiskCreateFromBSDName(session, "/dev/disk4s1");
+  ASSERT_TRUE(image);
+  auto imageURL = p.ioKit->IORegistryEntrySearchCFProperty(
+      p.diskArbitration->DADiskCopyIOMedia(image), platform::kIOServicePlane, "DiskImageURL",
+      platform::kIORegistryIterateRecursively | platform::kIORegistryIterateParents);
+  ASSERT_TRUE(imageURL && imageURL->string());
+  EXPECT_EQ(*imageURL->string(), "file:///Users/ada/Disk%20Images/Projects.sparseimage");
+
+  auto support = p.fileManager->NSSearchPathForDirectoriesInDomains(
+      platform::SearchPathDirectory::NSApplicationSupportDirectory, platform::SearchPathDomainMask::NSUserDomainMask,
+      true);
+  ASSERT_FALSE(support.empty());
+  const std::string folder = support.front() + "/Corvane!";
+  EXPECT_EQ(folder, kSettings);
+  auto subpaths = p.fileManager->subpathsOfDirectoryAtPath(folder);
+  ASSERT_TRUE(subpaths);
+  std::vector<std::string> packages;
+  for (const std::string& sub : *subpaths)
+    if (sub.size() > 5 && sub.compare(sub.size() - 5, 5, ".cvsp") == 0) packages.push_back(sub);
+  EXPECT_EQ(packages, (std::vector<std::string>{"Archive/Photos 2023.cvsp", "Broken.cvsp", "Incomplete.cvsp",
+                                                "Migration.cvsp", "Nightly Backup.cvsp", "Old.cvsp",
+                                                "Projects to Stick.cvsp", "Quick Copy.cvsp"}));
+
+  auto dates = p.urlResources->resourceValuesForKeys(
+      platform::URL::fileURLWithPath(std::string(kSettings) + "/Nightly Backup.cvsp/Session Settings.cvss", false),
+      {std::string(platform::NSURLCreationDateKey), std::string(platform::NSURLContentModificationDateKey)});
+  ASSERT_TRUE(dates);
+  const Value* created = platform::lookup(*dates, platform::NSURLCreationDateKey);
+  ASSERT_TRUE(created && created->date());
+  EXPECT_EQ(*created->date(), *platform::Date::fromISO8601("2025-02-14T21:03:44Z"));
+
+  auto dataVolume = p.urlResources->resourceValuesForKeys(
+      platform::URL::fileURLWithPath("/System/Volumes/Data/Users", true),
+      {std::string(platform::NSURLVolumeURLKey), std::string(platform::NSURLVolumeIsBrowsableKey)});
+  ASSERT_TRUE(dataVolume);
+  const Value* volumeURL = platform::lookup(*dataVolume, platform::NSURLVolumeURLKey);
+  ASSERT_TRUE(volumeURL && volumeURL->url());
+  EXPECT_EQ(volumeURL->url()->absoluteString(), "file:///System/Volumes/Data/");
+  EXPECT_EQ(platform::lookup(*dataVolume, platform::NSURLVolumeIsBrowsableKey)->boolean(), false);
 }
