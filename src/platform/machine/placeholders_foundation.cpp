@@ -4,10 +4,8 @@
 
 namespace platform::machine {
 
-std::shared_ptr<UserDefaultsStore> makeMachineUserDefaults(MachineRef) { return nullptr; }
 std::shared_ptr<Bookmarks> makeMachineBookmarks(MachineRef, std::shared_ptr<URLResources>) {
   return nullptr;
 }
-std::shared_ptr<PropertyListSerialization> makeMachinePropertyLists(MachineRef) { return nullptr; }
 
 }  // namespace platform::machine

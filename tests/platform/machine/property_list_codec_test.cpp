@@ -1,0 +1,261 @@
+#include "platform/machine/PropertyListCodec.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <random>
+
+#include "platform/machine/BinaryPlistBuilder.h"
+
+using namespace platform;
+using namespace platform::machine;
+using cvdiag_test::BinaryPlistBuilder;
+
+namespace {
+
+Result<Value> decode(const std::vector<std::uint8_t>& b) { return decodePropertyList(b); }
+Result<Value> decode(const std::string& s) {
+  return decodePropertyList(std::span(reinterpret_cast<const std::uint8_t*>(s.data()), s.size()));
+}
+
+Dictionary sample() {
+  return Dictionary{
+      {"text", "Macintosh HD"},
+      {"empty", ""},
+      {"unicode", "caf\xc3\xa9 \xf0\x9f\x92\xbe"},
+      {"yes", true},
+      {"no", false},
+      {"negative", -5},
+      {"min", std::numeric_limits<std::int64_t>::min()},
+      {"large", 2000398934016ll},
+      {"real", 2.5},
+      {"data", Bytes(std::vector<std::uint8_t>{0, 1, 2, 255})},
+      {"noData", Bytes()},
+      {"date", *Date::fromISO8601("2024-03-01T10:00:00Z")},
+      {"early", *Date::fromISO8601("1970-01-01T00:00:00Z")},
+      {"list", Array{1, "two", Array{}, Dictionary{}}},
+      {"nested", Dictionary{{"inner", Dictionary{{"deep", Array{Value(true)}}}}}},
+  };
+}
+
+std::string nestedXML(std::size_t depth) {
+  std::string s = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n";
+  for (std::size_t i = 0; i < depth; ++i) s += "<array>";
+  for (std::size_t i = 0; i < depth; ++i) s += "</array>";
+  return s + "\n</plist>\n";
+}
+
+// depth nested arrays, the innermost empty.
+std::vector<std::uint8_t> nestedBinary(std::size_t depth) {
+  BinaryPlistBuilder b;
+  for (std::size_t i = 0; i < depth; ++i) {
+    if (i + 1 < depth)
+      b.array({i + 1});
+    else
+      b.array({});
+  }
+  return b.build(0);
+}
+
+}  // namespace
+
+TEST(PropertyListCodecTest, EveryKindRoundTripsThroughBinaryAndXML) {
+  for (auto format : {PropertyListFormat::Binary, PropertyListFormat::XML}) {
+    auto bytes = encodePropertyList(Value(sample()), format);
+    ASSERT_TRUE(bytes) << bytes.error().localizedDescription;
+    auto back = decodePropertyList(bytes->bytes());
+    ASSERT_TRUE(back) << back.error().localizedDescription;
+    EXPECT_EQ(*back, Value(sample())) << static_cast<int>(format);
+  }
+  auto binary = encodePropertyList(Value(sample()), PropertyListFormat::Binary);
+  EXPECT_EQ(std::string(binary->asStringView().substr(0, 8)), "bplist00");
+}
+
+TEST(PropertyListCodecTest, URLsAndUUIDsAreWrittenAsTheirTexts) {
+  auto uuid = *UUID::fromString("6C1D3C57-9E54-4A6B-8D37-2C0E1F7B5A10");
+  Dictionary d{{"url", URL::fileURLWithPath("/Volumes/A B", true)}, {"uuid", uuid}};
+  auto back = decodePropertyList(encodePropertyList(Value(d), PropertyListFormat::Binary)->bytes());
+  ASSERT_TRUE(back);
+  EXPECT_EQ(*back, Value(Dictionary{{"url", "file:///Volumes/A%20B/"},
+                                    {"uuid", "6C1D3C57-9E54-4A6B-8D37-2C0E1F7B5A10"}}));
+}
+
+TEST(PropertyListCodecTest, ReadsHandWrittenXMLWithNegativeNumbersAndDates) {
+  auto v = decode(std::string(
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+      "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+      "<plist version=\"1.0\">\n<dict>\n"
+      "  <!-- <array><array> in a comment -->\n"
+      "  <key>ProductVersion</key><string>14.2.1</string>\n"
+      "  <key>Offset</key><integer>-12</integer>\n"
+      "  <key>When</key><date>2024-03-01T10:00:00Z</date>\n"
+      "  <key>Empty</key><array/>\n"
+      "  <key>Escaped</key><string>a &amp; b &lt;c&gt;</string>\n"
+      "</dict>\n</plist>\n"));
+  ASSERT_TRUE(v) << v.error().localizedDescription;
+  EXPECT_EQ(*v, Value(Dictionary{{"ProductVersion", "14.2.1"},
+                                 {"Offset", -12},
+                                 {"When", *Date::fromISO8601("2024-03-01T10:00:00Z")},
+                                 {"Empty", Array{}},
+                                 {"Escaped", "a & b <c>"}}));
+}
+
+TEST(PropertyListCodecTest, ReadsBinaryListsOfOtherWritersWithSharedValues) {
+  // Keys and values shared between two dictionaries, as real writers do.
+  BinaryPlistBuilder b(1);
+  auto key = b.ascii("Name");
+  auto name = b.utf16({'D', 0xE9, 'j', 0xE0, ' ', 0xD83D, 0xDCBE});
+  auto d1 = b.dict({key}, {name});
+  auto d2 = b.dict({key}, {name});
+  auto top = b.array({d1, d2, d1});
+  auto v = decode(b.build(top));
+  ASSERT_TRUE(v) << v.error().localizedDescription;
+  Value entry(Dictionary{{"Name", "D\xc3\xa9j\xc3\xa0 \xf0\x9f\x92\xbe"}});
+  EXPECT_EQ(*v, Value(Array{entry, entry, entry}));
+}
+
+TEST(PropertyListCodecTest, MalformedAndTruncatedInputIsRefusedWithoutCrashing) {
+  EXPECT_FALSE(decode(std::string()));
+  EXPECT_FALSE(decode(std::string("not a property list")));
+  EXPECT_FALSE(decode(std::string("bplist00")));
+  EXPECT_FALSE(decode(std::string("<plist><dict><key>a</key>")));
+  auto good = encodePropertyList(Value(sample()), PropertyListFormat::Binary)->bytes();
+  for (std::size_t n = 0; n < good.size(); ++n) {
+    std::vector<std::uint8_t> cut(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(n));
+    EXPECT_FALSE(decode(cut)) << n;
+  }
+  auto xml = std::string(encodePropertyList(Value(sample()), PropertyListFormat::XML)->asStringView());
+  for (std::size_t n = 0; n + 12 < xml.size(); n += 7) (void)decode(xml.substr(0, n));
+}
+
+TEST(PropertyListCodecTest, RandomlyDamagedBinaryListsNeverCrash) {
+  auto good = encodePropertyList(Value(sample()), PropertyListFormat::Binary)->bytes();
+  std::mt19937 random(20241122);
+  int accepted = 0;
+  for (int round = 0; round < 3000; ++round) {
+    auto bad = good;
+    int flips = 1 + static_cast<int>(random() % 4);
+    for (int i = 0; i < flips; ++i) bad[random() % bad.size()] = static_cast<std::uint8_t>(random());
+    if (decode(bad)) ++accepted;
+  }
+  // Most damage lands in values and is harmless; some must be refused.
+  EXPECT_LT(accepted, 3000);
+}
+
+TEST(PropertyListCodecTest, HostileBinaryStructureIsRefused) {
+  auto expectRefused = [](const std::vector<std::uint8_t>& bytes, const char* what) {
+    auto r = decodePropertyList(bytes);
+    EXPECT_FALSE(r) << what;
+  };
+  {
+    BinaryPlistBuilder b;
+    auto top = b.array({7});  // no object 7
+    expectRefused(b.build(top), "reference out of range");
+  }
+  {
+    BinaryPlistBuilder b;
+    b.array({0});  // contains itself
+    expectRefused(b.build(0), "direct cycle");
+    BinaryPlistBuilder c;
+    c.array({1});
+    c.dict({2}, {0});
+    c.ascii("k");
+    expectRefused(c.build(0), "cycle through a dictionary");
+  }
+  {
+    BinaryPlistBuilder b;
+    auto n = b.integer(1);
+    BinaryPlistBuilder::Trailer hugeCount, hugeTable, wideOffsets;
+    hugeCount.objectCount = std::uint64_t{1} << 61;
+    hugeTable.tableOffset = ~std::uint64_t{0} - 4;
+    wideOffsets.offsetSize = 9;
+    expectRefused(b.build(n, hugeCount), "object count overflows");
+    expectRefused(b.build(n, hugeTable), "table offset overflows");
+    expectRefused(b.build(5), "top object out of range");
+    expectRefused(b.build(n, wideOffsets), "offset size");
+  }
+  {
+    BinaryPlistBuilder b;
+    auto v = b.integer(1);
+    auto top = b.dict({v}, {v});
+    expectRefused(b.build(top), "dictionary key that is a number");
+  }
+  {
+    BinaryPlistBuilder b;
+    b.utf16({'a', 0xD800});
+    expectRefused(b.build(0), "lone surrogate");
+    BinaryPlistBuilder c;
+    c.ascii(std::string("a\0b", 3));
+    expectRefused(c.build(0), "embedded NUL");
+    BinaryPlistBuilder d;
+    d.date(1e12);
+    expectRefused(d.build(0), "date beyond 32-bit seconds");
+  }
+  {
+    BinaryPlistBuilder b;
+    b.raw({0x5F, 0x13, 0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 'x'});
+    expectRefused(b.build(0), "text length beyond the file");
+    BinaryPlistBuilder c;
+    c.raw({0xAF, 0x13, 0x40, 0, 0, 0, 0, 0, 0, 0});
+    expectRefused(c.build(0), "array length whose reference bytes overflow");
+  }
+}
+
+TEST(PropertyListCodecTest, NestingIsAllowedTo512AndRefusedBeyond) {
+  auto ok = decode(nestedBinary(kMaxPropertyListDepth));
+  EXPECT_TRUE(ok) << ok.error().localizedDescription;
+  EXPECT_FALSE(decode(nestedBinary(kMaxPropertyListDepth + 1)));
+  EXPECT_FALSE(decode(nestedBinary(100000)));
+
+  auto xmlOk = decode(nestedXML(kMaxPropertyListDepth));
+  EXPECT_TRUE(xmlOk) << xmlOk.error().localizedDescription;
+  EXPECT_FALSE(decode(nestedXML(kMaxPropertyListDepth + 1)));
+  EXPECT_FALSE(decode(nestedXML(500000)));
+
+  Value deep = Array{};
+  for (std::size_t i = 0; i < kMaxPropertyListDepth + 2; ++i) deep = Array{deep};
+  EXPECT_FALSE(encodePropertyList(deep, PropertyListFormat::Binary));
+}
+
+TEST(PropertyListCodecTest, SharedReferenceBombIsRefusedQuickly) {
+  // 40 arrays, each pointing twice at the next: 2^40 values when expanded.
+  BinaryPlistBuilder b(1);
+  const std::size_t levels = 40;
+  for (std::size_t i = 0; i < levels; ++i) b.array({i + 1, i + 1});
+  b.integer(1);
+  auto start = std::chrono::steady_clock::now();
+  auto r = decode(b.build(0));
+  EXPECT_FALSE(r);
+  EXPECT_NE(r ? std::string() : r.error().localizedDescription, "");
+  // Generous: the refusal is bounded by the node cap, not by the expansion.
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+
+  // Moderate sharing below the cap is fine.
+  BinaryPlistBuilder small(1);
+  for (std::size_t i = 0; i < 10; ++i) small.array({i + 1, i + 1});
+  small.integer(1);
+  auto ok = decode(small.build(0));
+  ASSERT_TRUE(ok) << ok.error().localizedDescription;
+}
+
+TEST(PropertyListCodecTest, XMLDatesOutsideTheLibraryRangeAreRefused) {
+  auto doc = [](const char* date) {
+    return std::string("<?xml version=\"1.0\"?><plist version=\"1.0\"><date>") + date + "</date></plist>";
+  };
+  auto ok = decode(doc("2030-06-01T00:00:00Z"));
+  ASSERT_TRUE(ok) << ok.error().localizedDescription;
+  EXPECT_EQ(*ok, Value(*Date::fromISO8601("2030-06-01T00:00:00Z")));
+  EXPECT_FALSE(decode(doc("1900-01-01T00:00:00Z")));
+  EXPECT_FALSE(decode(doc("9999-12-31T23:59:59Z")));
+  EXPECT_FALSE(decode(doc("yesterday")));
+}
+
+TEST(PropertyListCodecTest, SizeCapAndUnwritableValues) {
+  std::string big(kMaxPropertyListBytes + 1, ' ');
+  EXPECT_FALSE(decode(big));
+  EXPECT_FALSE(encodePropertyList(Value("bad \xff utf8"), PropertyListFormat::Binary));
+  EXPECT_FALSE(encodePropertyList(Value(std::string("nul\0inside", 10)), PropertyListFormat::XML));
+  EXPECT_FALSE(encodePropertyList(Value(Dictionary{{std::string("k\xc3", 2), 1}}), PropertyListFormat::Binary));
+  EXPECT_FALSE(encodePropertyList(Value(Date{1e13}), PropertyListFormat::Binary));
+}

@@ -1,0 +1,205 @@
+#include "platform/UserDefaults.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <random>
+#include <thread>
+
+#include "platform/machine/Factories.h"
+#include "platform/machine/PropertyListCodec.h"
+#include "platform/machine/ScratchFolder.h"
+
+using namespace platform;
+using namespace platform::machine;
+using cvdiag_test::ScratchFolder;
+
+namespace {
+
+constexpr const char* kDomain = "/Users/ada/Library/Preferences/com.tamarlin.Corvane.plist";
+
+std::string xmlDomain(const Dictionary& d) {
+  return std::string(encodePropertyList(Value(d), PropertyListFormat::XML)->asStringView());
+}
+
+Dictionary fileValues(const ScratchFolder& folder, const std::string& macPath) {
+  auto v = readPropertyListFile(folder.path() / macPath.substr(1));
+  if (!v) ADD_FAILURE() << macPath << ": " << v.error().localizedDescription;
+  if (!v || !v->dictionary()) return {};
+  return *v->dictionary();
+}
+
+// Runs `body` in a child process; gives the child's pid.
+template <class F>
+pid_t spawn(F body) {
+  pid_t pid = ::fork();
+  if (pid == 0) {
+    body();
+    ::_exit(0);
+  }
+  return pid;
+}
+
+int waitFor(pid_t pid) {
+  int status = 0;
+  ::waitpid(pid, &status, 0);
+  return status;
+}
+
+}  // namespace
+
+TEST(UserDefaultsTest, StandardDomainIsTheBundleIdentifierOrCVDiag) {
+  ScratchFolder folder;
+  auto bare = makeMachineUserDefaults(folder.machine());
+  ASSERT_TRUE(bare->standardUserDefaults()->setObject(Value(1), "k"));
+  EXPECT_EQ(fileValues(folder, "/Users/ada/Library/Preferences/CVDiag.plist"), (Dictionary{{"k", 1}}));
+  EXPECT_EQ(bare->standardUserDefaults(), bare->standardUserDefaults());
+
+  auto app = makeMachineUserDefaults(folder.machine("/Users/ada", "com.tamarlin.Corvane"));
+  ASSERT_TRUE(app->standardUserDefaults()->setObject(Value("v"), "k"));
+  EXPECT_EQ(fileValues(folder, kDomain), (Dictionary{{"k", "v"}}));
+  EXPECT_EQ(folder.read(kDomain).substr(0, 8), "bplist00");
+}
+
+TEST(UserDefaultsTest, SuitesOpenOnlyForFileNamesAndCreateNothingUntilWritten) {
+  ScratchFolder folder;
+  auto store = makeMachineUserDefaults(folder.machine());
+  for (const char* bad : {"", ".", "..", "a/b", "../x"}) EXPECT_EQ(store->initWithSuiteName(bad), nullptr) << bad;
+  EXPECT_EQ(store->initWithSuiteName(std::string("a\0b", 3)), nullptr);
+
+  auto suite = store->initWithSuiteName("com.tamarlin.Corvane!");
+  ASSERT_NE(suite, nullptr);
+  EXPECT_FALSE(suite->objectForKey("CVDiskKnownVolumes"));
+  EXPECT_FALSE(std::filesystem::exists(folder.path() / "Users"));
+  ASSERT_TRUE(suite->setObject(Value(Dictionary{}), "CVDiskKnownVolumes"));
+  EXPECT_EQ(fileValues(folder, "/Users/ada/Library/Preferences/com.tamarlin.Corvane!.plist"),
+            (Dictionary{{"CVDiskKnownVolumes", Dictionary{}}}));
+}
+
+TEST(UserDefaultsTest, WritesKeepOtherKeysAndTheFileModeAndReadXML) {
+  ScratchFolder folder;
+  Dictionary registry{{"8F6E6D7A-1B2C-4D3E-9F40-0A1B2C3D4E5F", Bytes::fromString("blob")}};
+  folder.write(kDomain, xmlDomain({{"CVDiskKnownVolumes", registry}, {"Other", "keep me"}, {"N", -3}}));
+  auto host = folder.path() / std::string(kDomain).substr(1);
+  ::chmod(host.c_str(), 0640);
+
+  auto suite = makeMachineUserDefaults(folder.machine())->initWithSuiteName("com.tamarlin.Corvane");
+  EXPECT_EQ(suite->dictionaryForKey("CVDiskKnownVolumes"), registry);
+  EXPECT_FALSE(suite->dictionaryForKey("Other"));
+  EXPECT_EQ(suite->objectForKey("N"), Value(-3));
+
+  ASSERT_TRUE(suite->setObject(Value(Dictionary{}), "CVDiskKnownVolumes"));
+  ASSERT_TRUE(suite->removeObjectForKey("N"));
+  EXPECT_EQ(fileValues(folder, kDomain), (Dictionary{{"CVDiskKnownVolumes", Dictionary{}}, {"Other", "keep me"}}));
+  struct stat st {};
+  ASSERT_EQ(::stat(host.c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 07777, 0640u);
+  EXPECT_FALSE(suite->objectForKey("N"));
+}
+
+TEST(UserDefaultsTest, ReadersSeeWhatAnotherWriterStored) {
+  ScratchFolder folder;
+  auto reader = makeMachineUserDefaults(folder.machine())->initWithSuiteName("d");
+  auto writer = makeMachineUserDefaults(folder.machine())->initWithSuiteName("d");
+  EXPECT_FALSE(reader->objectForKey("k"));
+  ASSERT_TRUE(writer->setObject(Value("first"), "k"));
+  EXPECT_EQ(reader->objectForKey("k"), Value("first"));
+  ASSERT_TRUE(writer->setObject(Value("second"), "k"));
+  EXPECT_EQ(reader->objectForKey("k"), Value("second"));
+}
+
+TEST(UserDefaultsTest, AnUnreadableDomainFileIsNeverReplaced) {
+  std::string deep;
+  for (int i = 0; i < 2000; ++i) deep += "<array>";
+  const std::string hostile[] = {
+      "garbage that is no property list",
+      "bplist00\x01\x02\x03 truncated",
+      "<?xml version=\"1.0\"?><plist version=\"1.0\">" + deep,
+      xmlDomain({}).replace(xmlDomain({}).find("<dict/>"), 7, "<array><string>a</string></array>"),
+  };
+  for (const auto& content : hostile) {
+    ScratchFolder folder;
+    folder.write(kDomain, content);
+    auto suite = makeMachineUserDefaults(folder.machine())->initWithSuiteName("com.tamarlin.Corvane");
+    EXPECT_FALSE(suite->objectForKey("CVDiskKnownVolumes"));
+    EXPECT_FALSE(suite->setObject(Value(Dictionary{}), "CVDiskKnownVolumes"));
+    EXPECT_FALSE(suite->removeObjectForKey("Other"));
+    EXPECT_EQ(folder.read(kDomain), content);
+    // The process still sees its own write.
+    EXPECT_EQ(suite->dictionaryForKey("CVDiskKnownVolumes"), Dictionary{});
+  }
+}
+
+TEST(UserDefaultsTest, ConcurrentThreadsKeepEveryKey) {
+  ScratchFolder folder;
+  constexpr int kThreads = 4, kKeys = 15;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&folder, t] {
+      // A store of its own, as another process would have.
+      auto suite = makeMachineUserDefaults(folder.machine())->initWithSuiteName("shared");
+      for (int k = 0; k < kKeys; ++k) EXPECT_TRUE(suite->setObject(Value(k), "t" + std::to_string(t) + "k" + std::to_string(k)));
+    });
+  }
+  for (auto& t : threads) t.join();
+  EXPECT_EQ(fileValues(folder, "/Users/ada/Library/Preferences/shared.plist").size(),
+            static_cast<std::size_t>(kThreads * kKeys));
+}
+
+TEST(UserDefaultsTest, TwoWriterProcessesBothKeepTheirKeys) {
+  ScratchFolder folder;
+  constexpr int kKeys = 30;
+  auto writer = [&folder](const std::string& prefix) {
+    return [&folder, prefix] {
+      auto suite = makeMachineUserDefaults(folder.machine())->initWithSuiteName("shared");
+      for (int k = 0; k < kKeys; ++k)
+        if (!suite->setObject(Value(k), prefix + std::to_string(k))) ::_exit(1);
+    };
+  };
+  pid_t a = spawn(writer("a")), b = spawn(writer("b"));
+  EXPECT_EQ(waitFor(a), 0);
+  EXPECT_EQ(waitFor(b), 0);
+  auto values = fileValues(folder, "/Users/ada/Library/Preferences/shared.plist");
+  EXPECT_EQ(values.size(), static_cast<std::size_t>(2 * kKeys));
+  EXPECT_EQ(lookup(values, "a29")->asInt64(), 29);
+  EXPECT_EQ(lookup(values, "b0")->asInt64(), 0);
+}
+
+TEST(UserDefaultsTest, AWriterKilledAtAnyMomentLeavesTheOldOrTheNewFileWhole) {
+  ScratchFolder folder;
+  const std::string domain = "/Users/ada/Library/Preferences/killed.plist";
+  // Each record holds its number in two places; a torn file could not parse,
+  // and a mixed one would disagree with itself.
+  auto record = [](int n) {
+    return Value(Dictionary{{"n", n}, {"blob", Bytes(std::vector<std::uint8_t>(300000, static_cast<std::uint8_t>(n)))}});
+  };
+  ASSERT_TRUE(makeMachineUserDefaults(folder.machine())->initWithSuiteName("killed")->setObject(record(0), "record"));
+  std::mt19937 random(7);
+  int lastSeen = 0;
+  for (int round = 0; round < 12; ++round) {
+    pid_t child = spawn([&] {
+      auto suite = makeMachineUserDefaults(folder.machine())->initWithSuiteName("killed");
+      for (int n = lastSeen + 1;; ++n) suite->setObject(record(n % 250), "record");
+    });
+    ::usleep(2000 + random() % 40000);
+    ::kill(child, SIGKILL);
+    waitFor(child);
+    auto values = fileValues(folder, domain);
+    const Value* r = lookup(values, "record");
+    ASSERT_NE(r, nullptr) << round;
+    auto n = lookup(*r->dictionary(), "n")->asInt64();
+    const Bytes* blob = lookup(*r->dictionary(), "blob")->data();
+    ASSERT_TRUE(n && blob);
+    ASSERT_EQ(blob->size(), 300000u);
+    EXPECT_EQ(blob->bytes().front(), static_cast<std::uint8_t>(*n));
+    EXPECT_EQ(blob->bytes().back(), static_cast<std::uint8_t>(*n));
+    lastSeen = static_cast<int>(*n);
+  }
+  // The next write clears what killed writers left behind.
+  ASSERT_TRUE(makeMachineUserDefaults(folder.machine())->initWithSuiteName("killed")->setObject(Value(1), "after"));
+  for (const auto& entry : std::filesystem::directory_iterator(folder.path() / "Users/ada/Library/Preferences"))
+    EXPECT_EQ(entry.path().filename().string().find(".killed.plist.tmp-"), std::string::npos) << entry.path();
+}
