@@ -1,0 +1,278 @@
+#include "platform/Dispatch.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+using platform::DispatchGroup;
+using platform::DispatchQueue;
+using platform::DispatchSemaphore;
+using platform::DispatchTime;
+using platform::QualityOfService;
+
+namespace {
+
+// Counts how many items run at once; a serialised set of queues never has
+// more than one.
+struct Overlap {
+  std::atomic<int> running{0};
+  std::atomic<int> most{0};
+  void enter() {
+    int now = ++running;
+    int seen = most.load();
+    while (now > seen && !most.compare_exchange_weak(seen, now)) {
+    }
+  }
+  void leave() { --running; }
+};
+
+constexpr double kGenerous = 10.0;  // seconds; only reached when something is broken
+
+}  // namespace
+
+TEST(DispatchQueueTest, SerialQueueRunsItsWorkInOrderAndOneAtATime) {
+  auto queue = DispatchQueue::serial("test.order", QualityOfService::Utility);
+  std::vector<int> seen;  // unguarded on purpose: the queue is the guard
+  Overlap overlap;
+  for (int i = 0; i < 500; ++i) {
+    queue.async([&, i] {
+      overlap.enter();
+      seen.push_back(i);
+      overlap.leave();
+    });
+  }
+  queue.sync([] {});
+  ASSERT_EQ(seen.size(), 500u);
+  for (int i = 0; i < 500; ++i) EXPECT_EQ(seen[i], i);
+  EXPECT_EQ(overlap.most.load(), 1);
+  EXPECT_EQ(queue.label(), "test.order");
+  EXPECT_EQ(queue.qos(), QualityOfService::Utility);
+  EXPECT_TRUE(queue.isSerial());
+}
+
+TEST(DispatchQueueTest, QueuesThatShareAnAncestorAreSerialisedThroughIt) {
+  auto ancestor = DispatchQueue::serial("test.ancestor");
+  auto middle = DispatchQueue::serial("test.middle", QualityOfService::Default, ancestor);
+  std::vector<DispatchQueue> leaves = {
+      DispatchQueue::serial("test.leaf1", QualityOfService::UserInitiated, ancestor),
+      DispatchQueue::serial("test.leaf2", QualityOfService::Utility, ancestor),
+      DispatchQueue::serial("test.leaf3", QualityOfService::Background, middle),
+  };
+  long counter = 0;  // unguarded: only the ancestor serialises the leaves
+  Overlap overlap;
+  std::atomic<int> ancestorNotCurrent{0};
+  DispatchGroup group;
+  for (int i = 0; i < 300; ++i) {
+    for (const auto& leaf : leaves) {
+      leaf.async(group, [&] {
+        overlap.enter();
+        if (!ancestor.isCurrent()) ++ancestorNotCurrent;
+        ++counter;
+        overlap.leave();
+      });
+    }
+  }
+  ASSERT_TRUE(group.wait(DispatchTime::now() + kGenerous));
+  EXPECT_EQ(counter, 900);
+  EXPECT_EQ(overlap.most.load(), 1);
+  EXPECT_EQ(ancestorNotCurrent.load(), 0);
+  EXPECT_FALSE(ancestor.isCurrent());
+}
+
+TEST(DispatchQueueTest, QueuesWithoutACommonAncestorRunConcurrently) {
+  // Each item waits for the other: serialising the two would time out.
+  auto a = DispatchQueue::serial("test.a");
+  auto b = DispatchQueue::serial("test.b", QualityOfService::Default,
+                                 DispatchQueue::global(QualityOfService::UserInitiated));
+  DispatchSemaphore aRunning, bRunning;
+  std::atomic<bool> aSawB{false}, bSawA{false};
+  DispatchGroup group;
+  a.async(group, [&] {
+    aRunning.signal();
+    aSawB = bRunning.wait(DispatchTime::now() + kGenerous);
+  });
+  b.async(group, [&] {
+    bRunning.signal();
+    bSawA = aRunning.wait(DispatchTime::now() + kGenerous);
+  });
+  ASSERT_TRUE(group.wait(DispatchTime::now() + 2 * kGenerous));
+  EXPECT_TRUE(aSawB.load());
+  EXPECT_TRUE(bSawA.load());
+}
+
+TEST(DispatchQueueTest, SyncWaitsForEarlierWorkAndRunsOnTheCallingThreadHoldingTheQueue) {
+  auto ancestor = DispatchQueue::serial("test.sync.ancestor");
+  auto queue = DispatchQueue::serial("test.sync", QualityOfService::Default, ancestor);
+  std::vector<int> seen;
+  DispatchSemaphore release;
+  queue.async([&] {
+    release.wait();
+    seen.push_back(1);
+  });
+  queue.async([&] { seen.push_back(2); });
+  std::thread::id ranOn;
+  bool heldQueue = false, heldAncestor = false;
+  std::thread releaser([&] { release.signal(); });
+  queue.sync([&] {
+    seen.push_back(3);
+    ranOn = std::this_thread::get_id();
+    heldQueue = queue.isCurrent();
+    heldAncestor = ancestor.isCurrent();
+  });
+  releaser.join();
+  EXPECT_EQ(seen, (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(ranOn, std::this_thread::get_id());
+  EXPECT_TRUE(heldQueue);
+  EXPECT_TRUE(heldAncestor);
+  EXPECT_FALSE(queue.isCurrent());
+}
+
+TEST(DispatchQueueTest, SyncFromAQueueOntoAnotherDoesNotDeadlock) {
+  // The registry's pattern: work on a queue under the shared ancestor waits,
+  // with a barrier, for a queue that targets a global queue.
+  auto ancestor = DispatchQueue::serial("test.eq");
+  auto callbacks = DispatchQueue::serial("test.callbacks", QualityOfService::UserInitiated, ancestor);
+  auto guard = DispatchQueue::serial("test.guard", QualityOfService::UserInitiated,
+                                     DispatchQueue::global(QualityOfService::UserInitiated));
+  int value = 0;
+  DispatchGroup group;
+  for (int i = 0; i < 50; ++i) {
+    callbacks.async(group, [&] {
+      int read = 0;
+      guard.sync([&] { read = value; });
+      guard.syncBarrier([&] { value = read + 1; });
+      // and a sync from inside a sync, onto a third queue
+      guard.sync([&] { DispatchQueue::serial("test.third").sync([] {}); });
+    });
+  }
+  ASSERT_TRUE(group.wait(DispatchTime::now() + kGenerous));
+  int final = 0;
+  guard.sync([&] { final = value; });
+  EXPECT_EQ(final, 50);
+}
+
+TEST(DispatchQueueTest, SyncPassesAnExceptionOnAndLeavesTheQueueUsable) {
+  auto queue = DispatchQueue::serial("test.throw");
+  EXPECT_THROW(queue.sync([] { throw std::runtime_error("boom"); }), std::runtime_error);
+  bool ran = false;
+  queue.sync([&] { ran = true; });
+  EXPECT_TRUE(ran);
+  EXPECT_FALSE(queue.isCurrent());
+}
+
+TEST(DispatchQueueTest, BarrierWorkOnASerialQueueSeesEverythingBeforeIt) {
+  auto queue = DispatchQueue::serial("test.barrier");
+  std::vector<int> seen;
+  for (int i = 0; i < 10; ++i) queue.async([&, i] { seen.push_back(i); });
+  queue.asyncBarrier([&] { seen.push_back(100); });
+  std::size_t sizeInBarrier = 0;
+  queue.syncBarrier([&] { sizeInBarrier = seen.size(); });
+  EXPECT_EQ(sizeInBarrier, 11u);
+  EXPECT_EQ(seen.back(), 100);
+}
+
+TEST(DispatchQueueTest, GlobalQueuesAreOnePerClassAndConcurrent) {
+  auto q = DispatchQueue::global(QualityOfService::Background);
+  EXPECT_TRUE(q == DispatchQueue::global(QualityOfService::Background));
+  EXPECT_FALSE(q == DispatchQueue::global(QualityOfService::Utility));
+  EXPECT_FALSE(q.isSerial());
+  EXPECT_EQ(q.qos(), QualityOfService::Background);
+  DispatchSemaphore first, second;
+  std::atomic<bool> firstSawSecond{false};
+  DispatchGroup group;
+  q.async(group, [&] {
+    first.signal();
+    firstSawSecond = second.wait(DispatchTime::now() + kGenerous);
+  });
+  q.async(group, [&] {
+    if (first.wait(DispatchTime::now() + kGenerous)) second.signal();
+  });
+  ASSERT_TRUE(group.wait(DispatchTime::now() + 2 * kGenerous));
+  EXPECT_TRUE(firstSawSecond.load());
+}
+
+TEST(DispatchGroupTest, WaitEndsAtTheDeadlineWhileMembersRemainAndAtOnceWhenEmpty) {
+  DispatchGroup group;
+  EXPECT_TRUE(group.wait(DispatchTime::now()));
+  group.enter();
+  group.enter();
+  EXPECT_FALSE(group.wait(DispatchTime::now() + 0.05));
+  group.leave();
+  EXPECT_FALSE(group.wait(DispatchTime::now()));
+  std::thread leaver([&] { group.leave(); });
+  EXPECT_TRUE(group.wait());
+  leaver.join();
+}
+
+TEST(DispatchGroupTest, NotifyRunsOnlyAfterTheLastLeave) {
+  auto queue = DispatchQueue::serial("test.notify");
+  DispatchGroup group;
+  std::atomic<bool> notified{false};
+  DispatchSemaphore done;
+  group.enter();
+  group.enter();
+  group.notify(queue, [&] {
+    notified = true;
+    done.signal();
+  });
+  group.leave();
+  queue.sync([] {});  // anything already due would have run by now
+  EXPECT_FALSE(notified.load());
+  group.leave();
+  EXPECT_TRUE(done.wait(DispatchTime::now() + kGenerous));
+  EXPECT_TRUE(notified.load());
+
+  // On an empty group the work is queued at once.
+  DispatchSemaphore immediate;
+  DispatchGroup().notify(queue, [&] { immediate.signal(); });
+  EXPECT_TRUE(immediate.wait(DispatchTime::now() + kGenerous));
+}
+
+TEST(DispatchSemaphoreTest, WaitTakesOneUnitOrTimesOutTakingNothing) {
+  DispatchSemaphore two(2);
+  EXPECT_TRUE(two.wait(DispatchTime::now()));
+  EXPECT_TRUE(two.wait(DispatchTime::now()));
+  EXPECT_FALSE(two.wait(DispatchTime::now() + 0.05));
+  two.signal();
+  EXPECT_TRUE(two.wait(DispatchTime::now()));
+  EXPECT_FALSE(two.wait(DispatchTime::now()));
+
+  DispatchSemaphore zero;
+  auto queue = DispatchQueue::serial("test.signal");
+  queue.async([&] { zero.signal(); });
+  EXPECT_TRUE(zero.wait());
+}
+
+TEST(DispatchTimeTest, DistantFutureStaysDistant) {
+  EXPECT_TRUE(DispatchTime::distantFuture().isDistantFuture());
+  EXPECT_TRUE((DispatchTime::distantFuture() + 10.0).isDistantFuture());
+  auto now = DispatchTime::now();
+  EXPECT_EQ(*(now + 1.5).moment() - *now.moment(), std::chrono::milliseconds(1500));
+}
+
+TEST(DispatchDeathTest, SyncOnAQueueTheThreadHoldsStopsWithAMessage) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  auto ancestor = DispatchQueue::serial("test.held.ancestor");
+  auto queue = DispatchQueue::serial("test.held", QualityOfService::Default, ancestor);
+  EXPECT_DEATH(queue.sync([&] { queue.sync([] {}); }), "already holds.*test.held");
+  // Waiting for the ancestor from work of a queue below it can never start either.
+  EXPECT_DEATH(queue.sync([&] { ancestor.sync([] {}); }), "already holds.*test.held.ancestor");
+}
+
+TEST(DispatchDeathTest, BusyQueuesDoNotKeepTheProcessFromExiting) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        auto queue = DispatchQueue::serial("test.busy");
+        DispatchSemaphore never;
+        queue.async([never] { never.wait(); });
+        queue.async([] {});
+        DispatchQueue::global(QualityOfService::Utility).async([never] { never.wait(); });
+        std::exit(7);
+      },
+      testing::ExitedWithCode(7), "");
+}

@@ -1,0 +1,97 @@
+#include "platform/Log.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include "platform/machine/Factories.h"
+#include "platform/machine/temp_machine.h"
+
+using platform::LogEntry;
+using platform::LogLevel;
+
+namespace {
+
+std::vector<std::string> fileLines(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream all;
+  all << in.rdbuf();
+  std::vector<std::string> lines;
+  std::string text = all.str();
+  std::size_t start = 0;
+  for (std::size_t nl; (nl = text.find('\n', start)) != std::string::npos; start = nl + 1) {
+    lines.push_back(text.substr(start, nl - start));
+  }
+  EXPECT_EQ(start, text.size()) << "the file ends with a whole line";
+  return lines;
+}
+
+}  // namespace
+
+TEST(LogLineTest, NamesLevelSubsystemAndCategoryAndEscapesLineFeeds) {
+  EXPECT_EQ(platform::logLine({"com.tamarlin.Corvane.Settings", "CVDiskKnownVolumes", LogLevel::Default,
+                               "Failed to deserialize\nOutput: (\n)"}),
+            "default com.tamarlin.Corvane.Settings CVDiskKnownVolumes: Failed to deserialize\\nOutput: (\\n)");
+  EXPECT_EQ(platform::logLine({"s", "c", LogLevel::Debug, ""}), "debug s c: ");
+  EXPECT_EQ(platform::logLine({"s", "c", LogLevel::Info, "\n\n"}), "info s c: \\n\\n");
+  EXPECT_EQ(platform::logLine({"s", "c", LogLevel::Error, "back\\slash\ttab"}), "error s c: back\\slash\ttab");
+  EXPECT_EQ(platform::logLine({"s", "c", LogLevel::Fault, "x"}), "fault s c: x");
+}
+
+TEST(MachineLogTest, AppendsOneLinePerEntryToTheMachinesLogFile) {
+  TempMachine machine;
+  auto log = platform::machine::makeMachineLog(machine.machine());
+  auto file = machine.hostPath("/var/log/cvdiag.log");
+  ASSERT_FALSE(std::filesystem::exists(file.parent_path()));
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  log->write({"com.tamarlin.Corvane.Volumes", "CVDisk", LogLevel::Error, "tmutil timed out\n(\n)"});
+  log->write({"com.tamarlin.Corvane.Utilities", "VolumeBookmark", LogLevel::Info, "ok"});
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(fileLines(file), (std::vector<std::string>{
+                                 "error com.tamarlin.Corvane.Volumes CVDisk: tmutil timed out\\n(\\n)",
+                                 "info com.tamarlin.Corvane.Utilities VolumeBookmark: ok",
+                             }));
+  // A second sink on the same machine (another run of the tool) appends.
+  platform::machine::makeMachineLog(machine.machine())->write({"s", "c", LogLevel::Fault, "again"});
+  EXPECT_EQ(fileLines(file).back(), "fault s c: again");
+}
+
+TEST(MachineLogTest, ConcurrentEntriesNeverInterleaveWithinALine) {
+  TempMachine machine;
+  auto log = platform::machine::makeMachineLog(machine.machine());
+  constexpr int kThreads = 6, kEach = 150;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      // Long enough that one write could be split by a careless writer.
+      std::string body(20000 + t * 1000, static_cast<char>('a' + t));
+      for (int i = 0; i < kEach; ++i) log->write({"s", "c" + std::to_string(t), LogLevel::Info, body});
+    });
+  }
+  for (auto& th : threads) th.join();
+  std::set<std::string> expected;
+  for (int t = 0; t < kThreads; ++t) {
+    expected.insert("info s c" + std::to_string(t) + ": " +
+                    std::string(20000 + t * 1000, static_cast<char>('a' + t)));
+  }
+  auto lines = fileLines(machine.hostPath("/var/log/cvdiag.log"));
+  EXPECT_EQ(lines.size(), static_cast<std::size_t>(kThreads * kEach));
+  for (const auto& line : lines) ASSERT_TRUE(expected.count(line)) << line.substr(0, 80);
+}
+
+TEST(MachineLogTest, TheHostLogWritesNothingToTheTerminal) {
+  auto host = std::make_shared<platform::machine::Machine>();
+  host->folder = "/";
+  host->isHost = true;
+  auto log = platform::machine::makeMachineLog(host);
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  log->write({"com.tamarlin.Corvane.Settings", "test", LogLevel::Debug, "cvdiag test entry"});
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}

@@ -1,0 +1,150 @@
+#include "platform/Task.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+
+#include "platform/Dispatch.h"
+#include "platform/machine/Factories.h"
+#include "platform/machine/temp_machine.h"
+
+using platform::DispatchSemaphore;
+using platform::DispatchTime;
+
+namespace {
+
+// Collects a pipe's bytes and tells when its end was seen.
+struct Collector {
+  std::mutex mutex;
+  std::string bytes;
+  int endCalls = 0;
+  DispatchSemaphore ended;
+
+  void attach(platform::Pipe& pipe) {
+    pipe.fileHandleForReading()->setReadabilityHandler([this](platform::FileHandle& h) {
+      auto data = h.availableData();
+      std::lock_guard lock(mutex);
+      if (data.size() == 0) {
+        ++endCalls;
+        ended.signal();
+      } else {
+        bytes += data.asStringView();
+      }
+    });
+  }
+  std::string text() {
+    std::lock_guard lock(mutex);
+    return bytes;
+  }
+};
+
+bool isReaped(int pid) {
+  errno = 0;
+  int status = 0;
+  return ::waitpid(pid, &status, WNOHANG) == -1 && errno == ECHILD &&
+         !std::filesystem::exists("/proc/" + std::to_string(pid));
+}
+
+class MachineTaskTest : public ::testing::Test {
+ protected:
+  TempMachine machine;
+  std::shared_ptr<platform::TaskLauncher> tasks = platform::machine::makeMachineTaskLauncher(machine.machine());
+};
+
+}  // namespace
+
+TEST_F(MachineTaskTest, RunsTheProgramAtTheMacPathWithItsArgumentsAndReapsIt) {
+  machine.writeScript("/usr/bin/tool",
+                      "for a in \"$@\"; do printf '<%s>' \"$a\"; done\nprintf 'err' >&2\nexit 3\n");
+  auto task = tasks->makeTask();
+  auto pipe = tasks->makePipe();
+  Collector out;
+  out.attach(*pipe);
+  DispatchSemaphore terminated;
+  std::atomic<bool> runningInHandler{true};
+  task->setLaunchPath("/usr/bin/tool");
+  task->setArguments({"a b", "", "/Volumes/X"});
+  task->setStandardOutput(pipe);
+  task->setStandardError(pipe);
+  task->setTerminationHandler([&](platform::Task& t) {
+    runningInHandler = t.isRunning();
+    terminated.signal();
+  });
+  EXPECT_EQ(task->standardOutput(), pipe);
+  ASSERT_TRUE(task->launch());
+  ASSERT_TRUE(terminated.wait(DispatchTime::now() + 10));
+  ASSERT_TRUE(out.ended.wait(DispatchTime::now() + 10));
+  EXPECT_EQ(out.text(), "<a b><></Volumes/X>err");
+  EXPECT_EQ(task->terminationStatus(), 3);
+  EXPECT_FALSE(runningInHandler.load());
+  EXPECT_FALSE(task->isRunning());
+  ASSERT_TRUE(task->processIdentifier().has_value());
+  EXPECT_TRUE(isReaped(*task->processIdentifier()));
+  EXPECT_FALSE(task->launch()) << "a task is launched once";
+  EXPECT_EQ(out.endCalls, 1) << "the end of the stream is told once";
+}
+
+TEST_F(MachineTaskTest, AProgramThatCannotStartCallsNoHandlerAndEndsItsPipe) {
+  machine.writeFile("/usr/bin/notexecutable", "#!/bin/sh\necho hi\n");
+  for (const char* path : {"/usr/bin/missing", "/usr/bin/notexecutable", "/usr/bin"}) {
+    SCOPED_TRACE(path);
+    auto task = tasks->makeTask();
+    auto pipe = tasks->makePipe();
+    Collector out;
+    out.attach(*pipe);
+    std::atomic<bool> terminated{false};
+    task->setLaunchPath(path);
+    task->setStandardOutput(pipe);
+    task->setTerminationHandler([&](platform::Task&) { terminated = true; });
+    EXPECT_FALSE(task->launch());
+    EXPECT_TRUE(out.ended.wait(DispatchTime::now() + 10));
+    EXPECT_FALSE(task->isRunning());
+    EXPECT_FALSE(task->processIdentifier().has_value());
+    EXPECT_FALSE(task->terminationStatus().has_value());
+    EXPECT_FALSE(terminated.load());
+    EXPECT_EQ(out.text(), "");
+  }
+}
+
+TEST_F(MachineTaskTest, ARemovedHandlerIsNotCalledAgain) {
+  machine.writeScript("/bin/slow", "echo one\nsleep 0.3\necho two\n");
+  auto task = tasks->makeTask();
+  auto pipe = tasks->makePipe();
+  std::atomic<int> calls{0};
+  DispatchSemaphore firstCall, terminated;
+  pipe->fileHandleForReading()->setReadabilityHandler([&](platform::FileHandle& h) {
+    h.availableData();
+    if (++calls == 1) firstCall.signal();
+  });
+  task->setLaunchPath("/bin/slow");
+  task->setStandardOutput(pipe);
+  task->setTerminationHandler([&](platform::Task&) { terminated.signal(); });
+  ASSERT_TRUE(task->launch());
+  ASSERT_TRUE(firstCall.wait(DispatchTime::now() + 10));
+  pipe->fileHandleForReading()->setReadabilityHandler({});
+  int callsAtRemoval = calls.load();
+  ASSERT_TRUE(terminated.wait(DispatchTime::now() + 10));
+  EXPECT_EQ(calls.load(), callsAtRemoval);
+  // What the child wrote afterwards is still in the pipe.
+  EXPECT_EQ(pipe->fileHandleForReading()->availableData().asStringView(), "two\n");
+  EXPECT_EQ(pipe->fileHandleForReading()->availableData().size(), 0u);
+}
+
+TEST_F(MachineTaskTest, ManyShortChildrenLeaveNoZombies) {
+  machine.writeScript("/bin/quick", "exit 0\n");
+  std::vector<int> pids;
+  for (int i = 0; i < 20; ++i) {
+    auto task = tasks->makeTask();
+    DispatchSemaphore terminated;
+    task->setLaunchPath("/bin/quick");
+    task->setTerminationHandler([&](platform::Task&) { terminated.signal(); });
+    ASSERT_TRUE(task->launch());
+    ASSERT_TRUE(terminated.wait(DispatchTime::now() + 10));
+    pids.push_back(*task->processIdentifier());
+  }
+  for (int pid : pids) EXPECT_TRUE(isReaped(pid)) << pid;
+}

@@ -1,0 +1,236 @@
+#include "tools/TaskShell.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <csignal>
+#include <fstream>
+#include <thread>
+
+#include "platform/Log.h"
+#include "platform/machine/temp_machine.h"
+
+using Lines = std::vector<std::string>;
+
+TEST(DecodeOutputLinesTest, SplitsAtEveryNewlineCharacter) {
+  struct Case {
+    std::string bytes;
+    Lines lines;
+  };
+  const Case cases[] = {
+      {"", {""}},
+      {"one", {"one"}},
+      {"one\n", {"one", ""}},
+      {"a\nb\n\nc", {"a", "b", "", "c"}},
+      {"a\r\nb", {"a", "", "b"}},
+      {"v\vf\fr\rend", {"v", "f", "r", "end"}},
+      {"nel\xC2\x85ls\xE2\x80\xA8ps\xE2\x80\xA9", {"nel", "ls", "ps", ""}},
+      {"tab\tand\xC2\xA0nbsp \xE2\x80\xA7", {"tab\tand\xC2\xA0nbsp \xE2\x80\xA7"}},
+      {std::string("nul\0inside\n", 11), {std::string("nul\0inside", 10), ""}},
+      {"Gr\xC3\xBC\xC3\x9F" "e \xF0\x9F\x98\x80\n", {"Gr\xC3\xBC\xC3\x9F" "e \xF0\x9F\x98\x80", ""}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.bytes);
+    auto lines = decodeOutputLines(c.bytes);
+    ASSERT_TRUE(lines.has_value());
+    EXPECT_EQ(*lines, c.lines);
+  }
+}
+
+TEST(DecodeOutputLinesTest, TextThatIsNotUTF8GivesNoLines) {
+  for (const std::string bytes : {"\xFF", "ok\n\x80", "cut \xE2\x80", "\xC0\xAF", "\xED\xA0\x80",
+                                  "\xF4\x90\x80\x80", "latin1 caf\xE9\n"}) {
+    SCOPED_TRACE(bytes);
+    EXPECT_FALSE(decodeOutputLines(bytes).has_value());
+  }
+}
+
+namespace {
+
+class TaskShellTest : public ::testing::Test {
+ protected:
+  void SetUp() override { machine.install(log); }
+
+  TempMachine machine;
+  std::shared_ptr<platform::CapturingLogSink> log = std::make_shared<platform::CapturingLogSink>();
+};
+
+Lines repeated(const std::string& line, int count) {
+  Lines lines(count, line);
+  lines.push_back("");
+  return lines;
+}
+
+}  // namespace
+
+TEST_F(TaskShellTest, GivesStandardOutputAndErrorMixedInTheOrderWritten) {
+  machine.writeScript("/usr/sbin/diskutil",
+                      "echo out1\necho err1 >&2\necho out2\necho err2 >&2\nprintf 'last'\n");
+  EXPECT_EQ(NSTask::shellWithLaunchPath("/usr/sbin/diskutil", {}),
+            (Lines{"out1", "err1", "out2", "err2", "last"}));
+}
+
+TEST_F(TaskShellTest, AChildThatWritesNothingGivesOneEmptyLine) {
+  machine.writeScript("/usr/bin/quiet", "exit 0\n");
+  EXPECT_EQ(NSTask::shellWithLaunchPath("/usr/bin/quiet", {}), (Lines{""}));
+}
+
+TEST_F(TaskShellTest, TheExitStatusIsIgnoredAndAFailureMessageIsOutput) {
+  machine.writeScript("/usr/sbin/diskutil", "echo \"Could not find disk: $2\" >&2\nexit 1\n");
+  EXPECT_EQ(NSTask::shellWithLaunchPath("/usr/sbin/diskutil", {"info", "disk99"}),
+            (Lines{"Could not find disk: disk99", ""}));
+}
+
+TEST_F(TaskShellTest, CollectsLargeOutputWhole) {
+  // Far more than a pipe holds: the child blocks until the reader drains it.
+  machine.writeScript("/usr/bin/big", "yes 0123456789abcdef | head -n 300000\n");
+  auto lines = NSTask::shellWithLaunchPath("/usr/bin/big", {});
+  ASSERT_TRUE(lines.has_value());
+  EXPECT_EQ(*lines, repeated("0123456789abcdef", 300000));
+}
+
+TEST_F(TaskShellTest, KeepsWhatTheChildWritesJustBeforeItExits) {
+  // The tail comes after a burst and right before the exit, on both streams;
+  // the termination may be seen before the last bytes are read.
+  machine.writeScript("/usr/bin/tail",
+                      "yes line | head -n 20000\nprintf 'tail-out\\n'\nprintf 'tail-err' >&2\nexit 0\n");
+  for (int run = 0; run < 15; ++run) {
+    SCOPED_TRACE(run);
+    auto lines = NSTask::shellWithLaunchPath("/usr/bin/tail", {});
+    ASSERT_TRUE(lines.has_value());
+    ASSERT_EQ(lines->size(), 20002u);
+    EXPECT_EQ((*lines)[19999], "line");
+    EXPECT_EQ((*lines)[20000], "tail-out");
+    EXPECT_EQ((*lines)[20001], "tail-err");
+  }
+}
+
+TEST_F(TaskShellTest, OutputThatIsNotUTF8GivesAbsentLines) {
+  machine.writeScript("/usr/sbin/diskutil", "printf 'caf\\351\\n'\n");
+  EXPECT_EQ(NSTask::shellWithLaunchPath("/usr/sbin/diskutil", {}), std::nullopt);
+}
+
+TEST_F(TaskShellTest, TheCompletionHasRunWithTheFinishedTaskWhenTheCallReturns) {
+  machine.writeScript("/usr/sbin/diskutil", "echo \"$1,$2\"\nexit 4\n");
+  bool called = false;
+  std::thread::id calledOn;
+  TaskLines seen;
+  std::optional<int> statusInCompletion;
+  auto task = NSTask::shellWithLaunchPath(
+      "/usr/sbin/diskutil", {"list", "-plist"}, [&](platform::Task& t, const TaskLines& lines) {
+        called = true;
+        calledOn = std::this_thread::get_id();
+        seen = lines;
+        statusInCompletion = t.terminationStatus();
+      });
+  EXPECT_TRUE(called);
+  EXPECT_EQ(calledOn, std::this_thread::get_id());
+  EXPECT_EQ(seen, (Lines{"list,-plist", ""}));
+  EXPECT_EQ(statusInCompletion, 4);
+  ASSERT_TRUE(task);
+  EXPECT_FALSE(task->isRunning());
+  EXPECT_EQ(task->launchPath(), "/usr/sbin/diskutil");
+  EXPECT_EQ(task->arguments(), (Lines{"list", "-plist"}));
+  errno = 0;
+  EXPECT_EQ(::waitpid(*task->processIdentifier(), nullptr, WNOHANG), -1);
+  EXPECT_EQ(errno, ECHILD) << "the child was reaped";
+}
+
+TEST_F(TaskShellTest, AProgramThatCannotBeStartedGivesAbsentLines) {
+  bool called = false;
+  TaskLines seen = Lines{"not replaced"};
+  auto task = NSTask::shellWithLaunchPath("/usr/sbin/diskutil", {"list"},
+                                          [&](platform::Task&, const TaskLines& lines) {
+                                            called = true;
+                                            seen = lines;
+                                          });
+  EXPECT_TRUE(called);
+  EXPECT_EQ(seen, std::nullopt);
+  EXPECT_FALSE(task->processIdentifier().has_value());
+  EXPECT_EQ(NSTask::shellWithLaunchPath("/usr/sbin/diskutil", {}), std::nullopt);
+}
+
+TEST_F(TaskShellTest, RunsFromManyThreadsAtOnce) {
+  machine.writeScript("/usr/sbin/diskutil", "echo \"$1\"\necho \"$1\" >&2\n");
+  std::vector<std::thread> threads;
+  std::vector<TaskLines> results(6);
+  for (int i = 0; i < 6; ++i) {
+    threads.emplace_back([&, i] {
+      results[i] = NSTask::shellWithLaunchPath("/usr/sbin/diskutil", {"disk" + std::to_string(i)});
+    });
+  }
+  for (auto& t : threads) t.join();
+  for (int i = 0; i < 6; ++i) {
+    std::string d = "disk" + std::to_string(i);
+    EXPECT_EQ(results[i], (Lines{d, d, ""}));
+  }
+}
+
+TEST_F(TaskShellTest, TmutilGivesStandardOutputOnly) {
+  machine.writeScript("/usr/bin/tmutil",
+                      "echo \"[Included]   $2\"\necho 'tmutil: this goes to the tool' >&2\necho \"$1\"\n");
+  EXPECT_EQ(runTmutil({"isexcluded", "/Volumes/Backup"}),
+            (Lines{"[Included]   /Volumes/Backup", "isexcluded", ""}));
+  EXPECT_TRUE(log->entries().empty());
+}
+
+TEST_F(TaskShellTest, TmutilWithBadOutputOrMissingGivesAbsentWithoutALogLine) {
+  EXPECT_EQ(runTmutil({"listlocalsnapshots", "/"}), std::nullopt);
+  machine.writeScript("/usr/bin/tmutil", "printf '\\377'\n");
+  EXPECT_EQ(runTmutil({"listlocalsnapshots", "/"}), std::nullopt);
+  EXPECT_TRUE(log->entries().empty());
+}
+
+TEST_F(TaskShellTest, TmutilThatOutlivesItsBoundLogsAndRunsOn) {
+  auto marker = machine.folder() / "finished";
+  machine.writeScript("/usr/bin/tmutil",
+                      "echo started\nsleep 1\necho finished > '" + marker.string() + "'\n");
+  EXPECT_EQ(runTmutil({"listlocalsnapshots", "/Volumes/Backup Disk"}, 0.2), std::nullopt);
+  auto entries = log->entries();
+  ASSERT_EQ(entries.size(), 1u);
+  EXPECT_EQ(entries[0], (platform::LogEntry{
+                            "com.tamarlin.Corvane.Volumes", "CVDisk", platform::LogLevel::Error,
+                            "tmutil timed out after 10 seconds while executing with arguments: (\n"
+                            "    listlocalsnapshots,\n"
+                            "    \"/Volumes/Backup Disk\"\n"
+                            ")"}));
+  // Not terminated: it finishes its work after the caller has given up.
+  for (int i = 0; i < 100 && !std::filesystem::exists(marker); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  }
+  EXPECT_TRUE(std::filesystem::exists(marker));
+}
+
+TEST_F(TaskShellTest, ATmutilChildStillRunningDoesNotKeepTheToolFromExiting) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  // The test's process runs again for the statement below, with a machine of
+  // its own; the file that takes the child's pid is the first process's.
+  auto pidFile = machine.folder() / "tmutil.pid";
+  ::setenv("CVDIAG_TEST_PID_FILE", pidFile.c_str(), 0);
+  // The child drops every descriptor it inherited from the test harness, so
+  // that only the tool's own process can be waited for.
+  machine.writeScript("/usr/bin/tmutil",
+                      "echo $$ > \"$CVDIAG_TEST_PID_FILE\"\n"
+                      "for fd in $(ls /proc/$$/fd); do [ \"$fd\" -gt 2 ] && eval \"exec $fd>&-\"; done\n"
+                      "exec sleep 60\n",
+                      "/bin/bash");
+  auto started = std::chrono::steady_clock::now();
+  EXPECT_EXIT(
+      {
+        machine.install(log);
+        bool absent = !runTmutil({"isexcluded", "/"}, 0.2).has_value();
+        std::filesystem::remove_all(machine.folder());  // no unwinding behind std::exit
+        std::exit(absent ? 5 : 6);
+      },
+      testing::ExitedWithCode(5), "");
+  // A tool that waited for its child would have taken the child's whole minute.
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(30));
+  ::unsetenv("CVDIAG_TEST_PID_FILE");
+  std::ifstream in(pidFile);
+  int pid = 0;
+  ASSERT_TRUE(in >> pid);
+  EXPECT_EQ(::kill(pid, SIGKILL), 0) << "the child ran on after the tool had exited";
+}
