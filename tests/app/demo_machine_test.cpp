@@ -4,7 +4,6 @@
 // point without its folder, a registry entry for a volume that is gone).
 
 #include <gtest/gtest.h>
-#include <plist/plist.h>
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -27,6 +26,7 @@
 #include "platform/machine/Machine.h"
 #include "platform/machine/MachinePlatform.h"
 #include "platform/machine/MachineQueries.h"
+#include "tools/TaskShell.h"
 
 namespace {
 
@@ -57,92 +57,33 @@ std::string readFile(const std::filesystem::path& path) {
   return out.str();
 }
 
-// A property list as a platform value, through libplist. Nothing when the
-// bytes are no property list. The demo's files are trusted input here.
-std::optional<Value> toValue(plist_t node) {
-  switch (plist_get_node_type(node)) {
-    case PLIST_BOOLEAN: {
-      uint8_t b = 0;
-      plist_get_bool_val(node, &b);
-      return Value(b != 0);
-    }
-    case PLIST_UINT: {
-      // libplist has one integer type; a negative number reads back as its
-      // two's complement.
-      uint64_t u = 0;
-      plist_get_uint_val(node, &u);
-      return Value(static_cast<long long>(static_cast<int64_t>(u)));
-    }
-    case PLIST_REAL: {
-      double d = 0;
-      plist_get_real_val(node, &d);
-      return Value(d);
-    }
-    case PLIST_STRING: {
-      char* s = nullptr;
-      plist_get_string_val(node, &s);
-      Value v(std::string(s ? s : ""));
-      free(s);
-      return v;
-    }
-    case PLIST_DATA: {
-      uint64_t length = 0;
-      const char* bytes = plist_get_data_ptr(node, &length);
-      return Value(platform::Bytes(std::vector<std::uint8_t>(bytes, bytes + length)));
-    }
-    case PLIST_DATE: {
-      int32_t seconds = 0, microseconds = 0;
-      plist_get_date_val(node, &seconds, &microseconds);
-      return Value(platform::Date::fromReferenceDate(seconds + microseconds / 1e6));
-    }
-    case PLIST_ARRAY: {
-      platform::Array a;
-      for (uint32_t i = 0; i < plist_array_get_size(node); ++i) {
-        auto item = toValue(plist_array_get_item(node, i));
-        if (!item) return std::nullopt;
-        a.push_back(*item);
-      }
-      return Value(std::move(a));
-    }
-    case PLIST_DICT: {
-      Dictionary d;
-      plist_dict_iter it = nullptr;
-      plist_dict_new_iter(node, &it);
-      for (;;) {
-        char* key = nullptr;
-        plist_t item = nullptr;
-        plist_dict_next_item(node, it, &key, &item);
-        if (key == nullptr) break;
-        auto value = toValue(item);
-        std::string k(key);
-        free(key);
-        if (!value) {
-          free(it);
-          return std::nullopt;
-        }
-        d.emplace(k, *value);
-      }
-      free(it);
-      return Value(std::move(d));
-    }
-    default:
-      return std::nullopt;
+// The demo folder and the platform over it. Every property list below is
+// read by that platform's reader, as the tool reads them.
+struct Demo {
+  std::shared_ptr<const Machine> machine;
+  platform::Platform platform;
+
+  std::optional<Value> parse(std::string_view bytes) const {
+    auto parsed = platform.propertyLists->propertyListWithData(platform::Bytes::fromString(bytes), 0);
+    if (!parsed) return std::nullopt;
+    return *parsed;
   }
-}
+  std::optional<Value> readPlist(std::string_view macPath) const {
+    auto host = machine->hostPath(macPath);
+    if (!std::filesystem::is_regular_file(host)) return std::nullopt;
+    return parse(readFile(host));
+  }
+};
 
-std::optional<Value> parsePlist(const std::string& bytes) {
-  plist_t root = nullptr;
-  plist_from_memory(bytes.data(), static_cast<uint32_t>(bytes.size()), &root);
-  if (root == nullptr) return std::nullopt;
-  auto value = toValue(root);
-  plist_free(root);
-  return value;
-}
-
-std::optional<Value> readPlist(const Machine& machine, std::string_view macPath) {
-  auto host = machine.hostPath(macPath);
-  if (!std::filesystem::is_regular_file(host)) return std::nullopt;
-  return parsePlist(readFile(host));
+std::optional<Demo> openDemo() {
+  auto machine = loadDemo();
+  if (!machine) return std::nullopt;
+  Demo demo{machine, platform::machine::makeMachinePlatform(machine, {})};
+  if (!demo.platform.propertyLists) {
+    ADD_FAILURE() << "the machine platform has no property-list reader";
+    return std::nullopt;
+  }
+  return demo;
 }
 
 std::string text(const Dictionary& d, std::string_view key) {
@@ -210,8 +151,9 @@ std::vector<std::string> lines(const std::string& text) {
 }  // namespace
 
 TEST(DemoMachineTest, LoadsWithEveryDiskDescribedOnce) {
-  auto machine = loadDemo();
-  ASSERT_TRUE(machine);
+  auto demo = openDemo();
+  ASSERT_TRUE(demo);
+  const auto& machine = demo->machine;
   EXPECT_EQ(machine->home, "/Users/ada");
   EXPECT_FALSE(machine->bundleIdentifier) << "CVDiag is a bare tool; the demo runs it as one";
   EXPECT_TRUE(machine->failures.empty());
@@ -241,8 +183,9 @@ TEST(DemoMachineTest, LoadsWithEveryDiskDescribedOnce) {
 }
 
 TEST(DemoMachineTest, EveryMountHasItsFolderAndItsVolumeFacts) {
-  auto machine = loadDemo();
-  ASSERT_TRUE(machine);
+  auto demo = openDemo();
+  ASSERT_TRUE(demo);
+  const auto& machine = demo->machine;
   std::map<std::string, std::string> mounts;  // mount path -> BSD name
   for (const MediaObject& m : machine->media) {
     auto mount = m.mountPath();
@@ -283,15 +226,16 @@ TEST(DemoMachineTest, EveryMountHasItsFolderAndItsVolumeFacts) {
   EXPECT_EQ(holder("/Users/ada/Library/Preferences"), "disk1s1s1");
   EXPECT_EQ(holder("/System/Volumes/Data/Users"), "disk1s2");
   EXPECT_EQ(holder("/Volumes/Backup/Backups.backupdb"), "disk2s2");
-  auto version = readPlist(*machine, "/System/Library/CoreServices/SystemVersion.plist");
+  auto version = demo->readPlist("/System/Library/CoreServices/SystemVersion.plist");
   ASSERT_TRUE(version && version->dictionary());
   EXPECT_EQ(text(*version->dictionary(), "ProductVersion"), "14.2.1");
   EXPECT_EQ(text(*version->dictionary(), "ProductBuildVersion"), "23C71");
 }
 
 TEST(DemoMachineTest, BootVolumeGroupIsWiredAsOnAMac) {
-  auto machine = loadDemo();
-  ASSERT_TRUE(machine);
+  auto demo = openDemo();
+  ASSERT_TRUE(demo);
+  const auto& machine = demo->machine;
   const MediaObject& system = media(*machine, "disk1s1");
   const MediaObject& snapshot = media(*machine, "disk1s1s1");
   const MediaObject& data = media(*machine, "disk1s2");
@@ -329,15 +273,16 @@ TEST(DemoMachineTest, BootVolumeGroupIsWiredAsOnAMac) {
 }
 
 TEST(DemoMachineTest, DiskutilRecordingsAgreeWithTheDisks) {
-  auto machine = loadDemo();
-  ASSERT_TRUE(machine);
+  auto demo = openDemo();
+  ASSERT_TRUE(demo);
+  const auto& machine = demo->machine;
   std::set<std::string> bsdNames, wholeNames;
   for (const MediaObject& m : machine->media) {
     bsdNames.insert(*m.bsdName());
     if (flag(*m.da, "DAMediaWhole")) wholeNames.insert(*m.bsdName());
   }
 
-  auto list = readPlist(*machine, "/usr/sbin/diskutil.d/list.plist");
+  auto list = demo->readPlist("/usr/sbin/diskutil.d/list.plist");
   ASSERT_TRUE(list && list->dictionary());
   auto allDisks = texts(platform::lookup(*list->dictionary(), "AllDisks"));
   EXPECT_EQ(std::set<std::string>(allDisks.begin(), allDisks.end()), bsdNames);
@@ -350,7 +295,7 @@ TEST(DemoMachineTest, DiskutilRecordingsAgreeWithTheDisks) {
   EXPECT_TRUE(platform::lookup(*list->dictionary(), "VolumesFromDisks"));
 
   for (const std::string& bsd : allDisks) {
-    auto info = readPlist(*machine, "/usr/sbin/diskutil.d/info/" + bsd + ".plist");
+    auto info = demo->readPlist("/usr/sbin/diskutil.d/info/" + bsd + ".plist");
     ASSERT_TRUE(info && info->dictionary()) << bsd;
     const Dictionary& d = *info->dictionary();
     const MediaObject& m = media(*machine, bsd);
@@ -364,7 +309,7 @@ TEST(DemoMachineTest, DiskutilRecordingsAgreeWithTheDisks) {
         << bsd;
   }
 
-  auto fileSystems = readPlist(*machine, "/usr/sbin/diskutil.d/listFileSystems.plist");
+  auto fileSystems = demo->readPlist("/usr/sbin/diskutil.d/listFileSystems.plist");
   ASSERT_TRUE(fileSystems && fileSystems->array());
   std::set<std::string> visibleNames;
   for (const Value& fs : *fileSystems->array()) {
@@ -379,7 +324,7 @@ TEST(DemoMachineTest, DiskutilRecordingsAgreeWithTheDisks) {
         << *m.bsdName();
   }
 
-  auto groups = readPlist(*machine, "/usr/sbin/diskutil.d/apfs-listVolumeGroups.plist");
+  auto groups = demo->readPlist("/usr/sbin/diskutil.d/apfs-listVolumeGroups.plist");
   ASSERT_TRUE(groups && groups->dictionary());
   const Value* containers = platform::lookup(*groups->dictionary(), "Containers");
   ASSERT_TRUE(containers && containers->array() && containers->array()->size() == 1);
@@ -453,13 +398,18 @@ TEST(DemoMachineTest, DiskutilAndTmutilRunUnderAPosixShell) {
 }
 
 TEST(DemoMachineTest, RegistryHoldsEveryCaseItIsMeantToShow) {
-  auto machine = loadDemo();
-  ASSERT_TRUE(machine);
-  auto domain = readPlist(*machine, kRegistry);
-  ASSERT_TRUE(domain && domain->dictionary());
-  const Value* known = platform::lookup(*domain->dictionary(), "CVDiskKnownVolumes");
-  ASSERT_TRUE(known && known->dictionary());
-  EXPECT_GT(domain->dictionary()->size(), 1u) << "other Corvane preferences stand beside the registry";
+  auto demo = openDemo();
+  ASSERT_TRUE(demo);
+  const auto& machine = demo->machine;
+  // The bare tool finds Corvane's domain by its preferences file.
+  ASSERT_TRUE(demo->platform.fileManager->fileExistsAtPath(kRegistry));
+  ASSERT_TRUE(demo->platform.userDefaults);
+  auto defaults = demo->platform.userDefaults->initWithSuiteName("com.tamarlin.Corvane");
+  ASSERT_TRUE(defaults);
+  auto registry = defaults->dictionaryForKey("CVDiskKnownVolumes");
+  ASSERT_TRUE(registry);
+  const Value known(*registry);
+  EXPECT_TRUE(defaults->objectForKey("SUEnableAutomaticChecks")) << "other preferences stand beside the registry";
 
   std::map<std::string, std::string> attached;  // volume UUID -> BSD name
   for (const MediaObject& m : machine->media)
@@ -467,12 +417,12 @@ TEST(DemoMachineTest, RegistryHoldsEveryCaseItIsMeantToShow) {
 
   std::map<std::string, int> guidsPerVolume;
   int unreadable = 0, detached = 0;
-  for (const auto& [guid, blob] : *known->dictionary()) {
+  for (const auto& [guid, blob] : *known.dictionary()) {
     auto parsedGuid = platform::UUID::fromString(guid);
     ASSERT_TRUE(parsedGuid);
     EXPECT_EQ(parsedGuid->uuidString(), guid) << "registry keys are canonical upper-case text";
     ASSERT_TRUE(blob.data()) << guid << ": every registry value is data";
-    auto bookmark = parsePlist(std::string(blob.data()->asStringView()));
+    auto bookmark = demo->parse(blob.data()->asStringView());
     if (!bookmark || !bookmark->dictionary()) {
       ++unreadable;
       continue;
@@ -487,7 +437,7 @@ TEST(DemoMachineTest, RegistryHoldsEveryCaseItIsMeantToShow) {
     ++guidsPerVolume[volume];
     if (!attached.count(volume)) ++detached;
   }
-  EXPECT_EQ(known->dictionary()->size(), 9u);
+  EXPECT_EQ(known.dictionary()->size(), 9u);
   EXPECT_EQ(unreadable, 1);
   EXPECT_EQ(detached, 2) << "the off-site disk and the orphan are not attached";
   // The backup volume stands under two GUIDs, every other under one.
@@ -503,8 +453,9 @@ TEST(DemoMachineTest, RegistryHoldsEveryCaseItIsMeantToShow) {
 }
 
 TEST(DemoMachineTest, SettingsPackagesAndTheirDatesAreInPlace) {
-  auto machine = loadDemo();
-  ASSERT_TRUE(machine);
+  auto demo = openDemo();
+  ASSERT_TRUE(demo);
+  const auto& machine = demo->machine;
   const auto folder = machine->hostPath(kSettings);
   ASSERT_TRUE(std::filesystem::is_directory(folder));
   std::set<std::string> packages, readable;
@@ -512,7 +463,7 @@ TEST(DemoMachineTest, SettingsPackagesAndTheirDatesAreInPlace) {
     std::string relative = entry.path().lexically_relative(folder).generic_string();
     if (relative.size() > 5 && relative.compare(relative.size() - 5, 5, ".cvsp") == 0) {
       packages.insert(relative);
-      auto settings = readPlist(*machine, std::string(kSettings) + "/" + relative + "/Session Settings.cvss");
+      auto settings = demo->readPlist(std::string(kSettings) + "/" + relative + "/Session Settings.cvss");
       if (settings && settings->dictionary()) readable.insert(relative);
     }
   }
@@ -536,9 +487,9 @@ TEST(DemoMachineTest, SettingsPackagesAndTheirDatesAreInPlace) {
 // system at "/", the image behind the attached disk image, the settings
 // packages through the file manager, and the recorded file dates.
 TEST(DemoMachineTest, PlatformInterfacesSeeTheDemoMac) {
-  auto machine = loadDemo();
-  ASSERT_TRUE(machine);
-  platform::Platform p = platform::machine::makeMachinePlatform(machine, {});
+  auto demo = openDemo();
+  ASSERT_TRUE(demo);
+  const platform::Platform& p = demo->platform;
   ASSERT_TRUE(p.ioKit && p.diskArbitration && p.fileManager && p.urlResources);
 
   auto iterator = p.ioKit->IOServiceGetMatchingServices(p.ioKit->IOServiceMatching("IOMedia"));
@@ -603,4 +554,37 @@ TEST(DemoMachineTest, PlatformInterfacesSeeTheDemoMac) {
   ASSERT_TRUE(volumeURL && volumeURL->url());
   EXPECT_EQ(volumeURL->url()->absoluteString(), "file:///System/Volumes/Data/");
   EXPECT_EQ(platform::lookup(*dataVolume, platform::NSURLVolumeIsBrowsableKey)->boolean(), false);
+}
+
+// The tool's own runner, on the demo platform, starts the demo's diskutil and
+// tmutil by their Mac paths and gets answers it can read: the road that the
+// diskutil catalogue and the Time Machine facts take.
+TEST(DemoMachineTest, ToolRunnerGetsReadableAnswersFromTheDemoPrograms) {
+  auto demo = openDemo();
+  ASSERT_TRUE(demo);
+  ASSERT_TRUE(demo->platform.tasks);
+  platform::install(demo->platform);
+
+  auto listLines = NSTask::shellWithLaunchPath("/usr/sbin/diskutil", {"list", "-plist"});
+  ASSERT_TRUE(listLines);
+  std::string joined;
+  for (const std::string& line : *listLines) joined += line;
+  auto list = demo->parse(joined);
+  ASSERT_TRUE(list && list->dictionary()) << "diskutil's lines, joined without line feeds, are a property list";
+  EXPECT_EQ(texts(platform::lookup(*list->dictionary(), "AllDisks")).size(), demo->machine->media.size());
+
+  auto infoLines = NSTask::shellWithLaunchPath("/usr/sbin/diskutil", {"info", "-plist", "disk1s1s1"});
+  ASSERT_TRUE(infoLines);
+  joined.clear();
+  for (const std::string& line : *infoLines) joined += line;
+  auto info = demo->parse(joined);
+  ASSERT_TRUE(info && info->dictionary());
+  EXPECT_EQ(text(*info->dictionary(), "MountPoint"), "/");
+
+  auto excluded = runTmutil({"isexcluded", "/Volumes/Backup"}, 5.0);
+  ASSERT_TRUE(excluded && !excluded->empty());
+  EXPECT_EQ(excluded->front(), "[Excluded]    /Volumes/Backup");
+  auto snapshots = runTmutil({"listlocalsnapshots", "/"}, 5.0);
+  ASSERT_TRUE(snapshots);
+  EXPECT_EQ(snapshots->size(), 5u) << "a heading, three snapshots and the empty line after the last line feed";
 }
