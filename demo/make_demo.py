@@ -38,10 +38,11 @@ import json
 import os
 import plistlib
 import random
+import re
 import shutil
-import stat
 import uuid
 from datetime import datetime, timezone
+from urllib.parse import quote
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 OUT = os.path.join(HERE, "machine")
@@ -83,7 +84,6 @@ BASE_TIME = 785_490_000.0  # appearance times, seconds since 2001-01-01
 
 
 def url(path, directory=True):
-    from urllib.parse import quote
     text = "file://" + quote(path, safe="-._~!$&'()*+,;=:@/")
     if directory and not text.endswith("/"):
         text += "/"
@@ -202,8 +202,8 @@ def image_device():
 
 IMAGE_PATH = HOME + "/Disk Images/Projects.sparseimage"
 
-# (bsd, description extras) in the order in which IOKit hands them out; the
-# order is deliberately not the sorted order, as on a real Mac.
+# Every media object, in the order they are described here; IOKIT_ORDER below
+# says in which order the I/O registry hands them out.
 MEDIA = []
 
 
@@ -520,7 +520,6 @@ def media_json():
 # diskutil's answers.
 
 def sort_key(bsd):
-    import re
     pieces = [p for p in re.split(r"[^0-9]+", bsd) if p]
     return int(sum(float(p) * 1000.0 / 10 ** i for i, p in enumerate(pieces)))
 
