@@ -107,9 +107,12 @@ TaskLines decodeOutputLines(std::string_view bytes) {
   std::size_t lineStart = 0;
   std::size_t at = 0;
   while (left > 0) {
-    utf8proc_int32_t c = 0;
-    utf8proc_ssize_t n = utf8proc_iterate(p + at, left, &c);
-    if (n <= 0) return std::nullopt;
+    utf8proc_int32_t c = p[at];
+    utf8proc_ssize_t n = 1;
+    if (c >= 0x80) {
+      n = utf8proc_iterate(p + at, left, &c);
+      if (n <= 0) return std::nullopt;
+    }
     if (isNewline(c)) {
       lines.emplace_back(bytes.substr(lineStart, at - lineStart));
       lineStart = at + static_cast<std::size_t>(n);
@@ -137,16 +140,16 @@ std::shared_ptr<platform::Task> runCommand(const std::string& launchPath,
     task->setStandardOutput(pipe);
     task->setStandardError(pipe);
     // The group is left twice: at the end of the output and when the child ends.
+    group.enter();
+    group.enter();
     pipe->fileHandleForReading()->setReadabilityHandler(
         appendingHandler(output, [group] { group.leave(); }));
     task->setTerminationHandler([group](platform::Task&) { group.leave(); });
-    group.enter();
-    group.enter();
     if (task->launch()) {
       group.wait();
       lines = decodeOutputLines(output->contents());
     } else {
-      // Nothing ran; the pipe's end releases the handler by itself.
+      // Nothing ran and the group is given up; the handler may go at once.
       pipe->fileHandleForReading()->setReadabilityHandler({});
     }
   }

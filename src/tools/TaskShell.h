@@ -4,7 +4,8 @@
 // Both forms block the calling thread until the child has ended and its whole
 // output is in; a completion runs on the calling thread before the operation
 // returns. The exit status of a child is read nowhere: a program that fails
-// hands over its message as its output.
+// hands over its message as its output. The installed platform must have a
+// task launcher.
 
 #include <functional>
 #include <memory>

@@ -247,13 +247,6 @@ TEST(DispatchSemaphoreTest, WaitTakesOneUnitOrTimesOutTakingNothing) {
   EXPECT_TRUE(zero.wait());
 }
 
-TEST(DispatchTimeTest, DistantFutureStaysDistant) {
-  EXPECT_TRUE(DispatchTime::distantFuture().isDistantFuture());
-  EXPECT_TRUE((DispatchTime::distantFuture() + 10.0).isDistantFuture());
-  auto now = DispatchTime::now();
-  EXPECT_EQ(*(now + 1.5).moment() - *now.moment(), std::chrono::milliseconds(1500));
-}
-
 TEST(DispatchDeathTest, SyncOnAQueueTheThreadHoldsStopsWithAMessage) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   auto ancestor = DispatchQueue::serial("test.held.ancestor");

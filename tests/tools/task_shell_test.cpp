@@ -86,10 +86,10 @@ TEST_F(TaskShellTest, TheExitStatusIsIgnoredAndAFailureMessageIsOutput) {
 
 TEST_F(TaskShellTest, CollectsLargeOutputWhole) {
   // Far more than a pipe holds: the child blocks until the reader drains it.
-  machine.writeScript("/usr/bin/big", "yes 0123456789abcdef | head -n 300000\n");
+  machine.writeScript("/usr/bin/big", "yes 0123456789abcdef | head -n 100000\n");
   auto lines = NSTask::shellWithLaunchPath("/usr/bin/big", {});
   ASSERT_TRUE(lines.has_value());
-  EXPECT_EQ(*lines, repeated("0123456789abcdef", 300000));
+  EXPECT_EQ(*lines, repeated("0123456789abcdef", 100000));
 }
 
 TEST_F(TaskShellTest, KeepsWhatTheChildWritesJustBeforeItExits) {
@@ -97,7 +97,7 @@ TEST_F(TaskShellTest, KeepsWhatTheChildWritesJustBeforeItExits) {
   // the termination may be seen before the last bytes are read.
   machine.writeScript("/usr/bin/tail",
                       "yes line | head -n 20000\nprintf 'tail-out\\n'\nprintf 'tail-err' >&2\nexit 0\n");
-  for (int run = 0; run < 15; ++run) {
+  for (int run = 0; run < 10; ++run) {
     SCOPED_TRACE(run);
     auto lines = NSTask::shellWithLaunchPath("/usr/bin/tail", {});
     ASSERT_TRUE(lines.has_value());

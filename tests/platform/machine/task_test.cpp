@@ -133,18 +133,3 @@ TEST_F(MachineTaskTest, ARemovedHandlerIsNotCalledAgain) {
   EXPECT_EQ(pipe->fileHandleForReading()->availableData().asStringView(), "two\n");
   EXPECT_EQ(pipe->fileHandleForReading()->availableData().size(), 0u);
 }
-
-TEST_F(MachineTaskTest, ManyShortChildrenLeaveNoZombies) {
-  machine.writeScript("/bin/quick", "exit 0\n");
-  std::vector<int> pids;
-  for (int i = 0; i < 20; ++i) {
-    auto task = tasks->makeTask();
-    DispatchSemaphore terminated;
-    task->setLaunchPath("/bin/quick");
-    task->setTerminationHandler([&](platform::Task&) { terminated.signal(); });
-    ASSERT_TRUE(task->launch());
-    ASSERT_TRUE(terminated.wait(DispatchTime::now() + 10));
-    pids.push_back(*task->processIdentifier());
-  }
-  for (int pid : pids) EXPECT_TRUE(isReaped(pid)) << pid;
-}
