@@ -401,6 +401,7 @@ TEST(DemoMachineTest, RegistryHoldsEveryCaseItIsMeantToShow) {
   auto demo = openDemo();
   ASSERT_TRUE(demo);
   const auto& machine = demo->machine;
+  ASSERT_TRUE(demo->platform.bookmarks);
   // The bare tool finds Corvane's domain by its preferences file.
   ASSERT_TRUE(demo->platform.fileManager->fileExistsAtPath(kRegistry));
   ASSERT_TRUE(demo->platform.userDefaults);
@@ -422,17 +423,22 @@ TEST(DemoMachineTest, RegistryHoldsEveryCaseItIsMeantToShow) {
     ASSERT_TRUE(parsedGuid);
     EXPECT_EQ(parsedGuid->uuidString(), guid) << "registry keys are canonical upper-case text";
     ASSERT_TRUE(blob.data()) << guid << ": every registry value is data";
-    auto bookmark = demo->parse(blob.data()->asStringView());
-    if (!bookmark || !bookmark->dictionary()) {
+    // Read as the registry reads it: through the platform's bookmarks.
+    const std::vector<std::string> keys{"NSURLVolumeNameKey", "NSURLVolumeLocalizedNameKey",
+                                        "NSURLVolumeUUIDStringKey", "NSURLVolumeIsEjectableKey",
+                                        "CVDiskVolume.volumeRealUUIDStringKey"};
+    auto values = demo->platform.bookmarks->resourceValues(keys, *blob.data());
+    bool stale = true;
+    auto resolved = demo->platform.bookmarks->resolvingBookmarkData(*blob.data(), stale);
+    if (!values) {
       ++unreadable;
+      EXPECT_FALSE(resolved) << guid;
       continue;
     }
-    const Dictionary& b = *bookmark->dictionary();
-    EXPECT_TRUE(platform::URL::fromString(text(b, "NSURLBookmarkURL"))) << guid;
-    for (const char* key : {"NSURLVolumeNameKey", "NSURLVolumeLocalizedNameKey", "NSURLVolumeUUIDStringKey",
-                            "CVDiskVolume.volumeRealUUIDStringKey"})
-      EXPECT_FALSE(text(b, key).empty()) << guid << " lacks " << key;
-    EXPECT_TRUE(platform::lookup(b, "NSURLVolumeIsEjectableKey")) << guid;
+    ASSERT_TRUE(resolved) << guid;
+    EXPECT_TRUE(resolved->isFileURL() && resolved->hasDirectoryPath()) << resolved->absoluteString();
+    const Dictionary& b = *values;
+    for (const std::string& key : keys) EXPECT_TRUE(platform::lookup(b, key)) << guid << " lacks " << key;
     const std::string volume = text(b, "NSURLVolumeUUIDStringKey");
     ++guidsPerVolume[volume];
     if (!attached.count(volume)) ++detached;
