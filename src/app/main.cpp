@@ -3,12 +3,12 @@
 #include <cstdio>
 #include <variant>
 
+#include "ArgumentParser/Main.h"
+#include "app/CVDiag.h"
 #include "bundle_info.inc"
 #include "platform/machine/MachinePlatform.h"
 
 int main(int argc, char** argv) {
-  (void)argc;
-  (void)argv;
   platform::Dictionary info{
       {"CFBundleShortVersionString", CVDIAG_SHORT_VERSION},
       {"CurrentProjectVersion", CVDIAG_PROJECT_VERSION},
@@ -21,5 +21,5 @@ int main(int argc, char** argv) {
     return 1;
   }
   platform::install(std::move(std::get<platform::Platform>(made)));
-  return 0;
+  return ArgumentParser::main<CVDiag>(argc, argv);
 }

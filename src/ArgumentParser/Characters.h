@@ -1,0 +1,23 @@
+#pragma once
+// Text as a sequence of user-perceived characters (extended grapheme
+// clusters), the unit in which names, widths and edit distances are counted.
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ArgumentParser {
+
+// The characters of `text`, each as its UTF-8 bytes. Invalid UTF-8 bytes
+// stand as one character each.
+std::vector<std::string> characters(std::string_view text);
+// The number of characters of `text`.
+std::size_t characterCount(std::string_view text);
+// Whether the character's first code point is an upper- or lower-case letter.
+bool isUppercase(std::string_view character);
+bool isLowercase(std::string_view character);
+// The character with every code point lower- or upper-cased.
+std::string lowercased(std::string_view text);
+std::string uppercased(std::string_view text);
+
+}  // namespace ArgumentParser

@@ -1,0 +1,104 @@
+// The report sections built on the volume model: the catalogue of every
+// attached disk object, the volumes that share a volume UUID, and the macOS
+// text of the root volume for the version line.
+#include <map>
+#include <string>
+#include <vector>
+
+#include "app/Print.h"
+#include "app/Sections.h"
+#include "platform/DiskArbitration.h"
+#include "volumes/cv_disk_volume.h"
+
+namespace {
+
+// "YES", or "NO " padded to the width of "YES".
+std::string paddedYesNo(bool value) { return value ? "YES" : "NO "; }
+
+// A text as the platform's debug form prints it: in double quotes, with
+// quotes and backslashes escaped.
+std::string quoted(const std::string& text) {
+  std::string out = "\"";
+  for (char c : text) {
+    if (c == '"' || c == '\\') out += '\\';
+    out += c;
+  }
+  out += '"';
+  return out;
+}
+
+}  // namespace
+
+void catalogueReport(std::ostream& out) {
+  print(out, "Cataloging local disks and volumes\n");
+  for (const auto& volume : CVDiskVolume::localDisks()) {
+    // Only the boolean true counts as mountable.
+    const bool mountable = volume->daFlag(platform::kDADiskDescriptionVolumeMountableKey);
+    const std::string mounted = paddedYesNo(volume->isReady());
+    const std::string ready = paddedYesNo(volume->isReady());
+    const std::string line = "Mounted: " + mounted + " Mountable: " + paddedYesNo(mountable) +
+                             " Ready: " + ready + ", " + volume->description() + " (" +
+                             volume->volumeUUIDString().value_or("No Volume UUID") + ")";
+    print(out, line);
+  }
+}
+
+void duplicateUUIDReport(std::ostream& out) {
+  print(out, "\nDuplicate Volume UUIDs");
+  const auto disks = CVDiskVolume::localDisks();
+
+  // Groups of (UUID, BSD name) pairs by UUID, in order of first appearance.
+  std::vector<std::string> groupOrder;
+  std::map<std::string, std::vector<std::string>> groups;
+  for (const auto& volume : disks) {
+    auto uuid = volume->volumeUUIDString();
+    if (!uuid) continue;  // the absent-UUID group is never shown
+    auto [entry, added] = groups.try_emplace(*uuid);
+    if (added) groupOrder.push_back(*uuid);
+    entry->second.push_back(volume->bsdName().value_or(""));
+  }
+  std::string dictionary;
+  for (const auto& uuid : groupOrder) {
+    const auto& names = groups[uuid];
+    if (names.size() < 2) continue;
+    if (!dictionary.empty()) dictionary += ", ";
+    dictionary += "Optional(" + uuid + "): [";
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      if (i > 0) dictionary += ", ";
+      dictionary += "(Optional(" + uuid + "), " + quoted(names[i]) + ")";
+    }
+    dictionary += "]";
+  }
+  print(out, dictionary.empty() ? "[:]" : "[" + dictionary + "]");
+
+  // Every volume that shares its UUID, grouped by UUID in order of first
+  // appearance.
+  std::vector<CVDiskVolumeRef> duplicates;
+  for (const auto& volume : disks) {
+    auto uuid = volume->volumeUUID();
+    if (!uuid) continue;
+    bool listed = false;
+    for (const auto& known : duplicates) {
+      if (known->volumeUUID() == uuid) {
+        listed = true;
+        break;
+      }
+    }
+    if (listed) continue;
+    std::vector<CVDiskVolumeRef> same;
+    for (const auto& other : disks) {
+      if (other->volumeUUID() == uuid) same.push_back(other);
+    }
+    if (same.size() >= 2) duplicates.insert(duplicates.end(), same.begin(), same.end());
+  }
+  for (const auto& volume : duplicates) {
+    print(out, "  " + volume->volumeUUIDString().value_or("") + " => " + volume->description());
+  }
+  print(out, "\n");
+}
+
+std::optional<std::string> rootOperatingSystemText() {
+  auto root = CVDiskVolume::initWithVolumePath(platform::URL::fileURLWithPath("/", true));
+  if (!root) return std::nullopt;
+  return root->volumeOperatingSystemExtendedString();
+}

@@ -1,0 +1,116 @@
+#include "volumes/cv_disk_image_file.h"
+
+#include <functional>
+
+#include "platform/FileManager.h"
+#include "platform/Platform.h"
+#include "platform/URLResources.h"
+#include "platform/Workspace.h"
+#include "volumes/cv_disk_volume.h"
+
+using platform::current;
+
+std::string pathExtension(const std::string& fileName) {
+  auto dot = fileName.rfind('.');
+  if (dot == std::string::npos || dot == 0) return "";
+  return fileName.substr(dot + 1);
+}
+
+std::string deletingPathExtension(const std::string& fileName) {
+  auto dot = fileName.rfind('.');
+  if (dot == std::string::npos || dot == 0) return fileName;
+  return fileName.substr(0, dot);
+}
+
+std::shared_ptr<CVDiskImageFile> CVDiskImageFile::init(const platform::URL& path) {
+  return std::make_shared<CVDiskImageFile>(Passkey{}, path);
+}
+
+std::shared_ptr<CVDiskImageFile> CVDiskImageFile::initWithImagePath(const platform::URL& path) {
+  return init(path);
+}
+
+std::optional<platform::URL> CVDiskImageFile::path() const {
+  std::lock_guard lock(mutex_);
+  return path_;
+}
+
+void CVDiskImageFile::setPath(std::optional<platform::URL> path) {
+  std::lock_guard lock(mutex_);
+  path_ = std::move(path);
+}
+
+bool CVDiskImageFile::isWritable() const {
+  auto url = path();
+  if (!url) return true;
+  return pathExtension(url->lastPathComponent()) != "dmg";
+}
+
+std::optional<platform::Bytes> CVDiskImageFile::volumeIdentifier() const {
+  auto url = path();
+  if (!url) return std::nullopt;
+  auto value = resourceValue(*url, platform::NSURLVolumeIdentifierKey);
+  if (!value || !value->data()) return std::nullopt;
+  return *value->data();
+}
+
+std::string CVDiskImageFile::name() const {
+  auto url = path();
+  if (!url) return "";
+  return deletingPathExtension(url->lastPathComponent());
+}
+
+std::optional<platform::Image> CVDiskImageFile::icon() const {
+  auto url = path();
+  if (!url) return std::nullopt;
+  return current().workspace->iconForFile(url->path());
+}
+
+bool CVDiskImageFile::isReady() const {
+  auto url = path();
+  return url && current().fileManager->fileExistsAtPath(url->path());
+}
+
+std::uint64_t CVDiskImageFile::hash() const {
+  auto url = path();
+  return url ? std::hash<std::string>{}(url->absoluteString()) : 0;
+}
+
+std::string CVDiskImageFile::predictedMountPath(const std::string& base) const {
+  std::size_t count = 0;
+  for (const auto& volume : CVDiskVolume::localMountedVolumes()) {
+    if (volume->imagePath()) continue;
+    auto mounted = volume->path();
+    if (mounted && mounted->lastPathComponent().starts_with(base)) ++count;
+  }
+  std::string result = "/Volumes/" + base;
+  if (count > 0) result += " " + std::to_string(count);
+  return result;
+}
+
+std::optional<std::string> CVDiskImageFile::mountPath() const {
+  if (!path()) return std::nullopt;
+  return predictedMountPath(name());
+}
+
+std::string CVDiskImageFile::predictedDataVolumeMountPath() const {
+  return predictedMountPath(name() + " - Data");
+}
+
+std::string CVDiskImageFile::info() const {
+  auto url = path();
+  return "CVDiskImageFile \n   Image Name            : " + name() +
+         " \n   Image Path            : " + (url ? url->absoluteString() : "") +
+         "\n   Ready                 : " + (isReady() ? "YES" : "NO");
+}
+
+std::string CVDiskImageFile::description() const {
+  auto url = path();
+  return "Disk Image: " + name() + ", path: " + (url ? url->path() : "");
+}
+
+bool operator<(const CVDiskImageFile& a, const CVDiskImageFile& b) {
+  auto left = a.path();
+  auto right = b.path();
+  return (left ? left->absoluteString() : "") < (right ? right->absoluteString() : "");
+}

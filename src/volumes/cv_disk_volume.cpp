@@ -1,0 +1,393 @@
+// The core of a volume: construction, the cached description and registry
+// properties, typed reads, names and paths, identity and order, and the
+// enumerations of the attached media.
+#include "volumes/cv_disk_volume.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+
+#include "platform/FileManager.h"
+#include "platform/Platform.h"
+#include "platform/System.h"
+#include "platform/URLResources.h"
+#include "platform/Workspace.h"
+#include "volumes/disk_order_key.h"
+#include "volumes/utf8.h"
+#include "logging/Log.h"
+
+using platform::current;
+
+namespace {
+
+constexpr std::uint64_t kHashFactor = 4256233;
+
+std::uint64_t stringHash(const std::string& text) { return std::hash<std::string>{}(text); }
+
+// The standardized path of a file URL: "." and ".." resolved, no final "/".
+std::string standardizedPath(const platform::URL& url) {
+  std::string normal = std::filesystem::path(url.path()).lexically_normal().string();
+  while (normal.size() > 1 && normal.back() == '/') normal.pop_back();
+  return normal;
+}
+
+}  // namespace
+
+// ---- The set of volumes ----------------------------------------------------
+
+bool CVDiskVolumeSet::insert(CVDiskVolumeRef volume) {
+  if (!volume || contains(*volume)) return false;
+  members_.push_back(std::move(volume));
+  return true;
+}
+
+bool CVDiskVolumeSet::contains(const CVDiskVolume& volume) const {
+  return std::any_of(members_.begin(), members_.end(),
+                     [&](const CVDiskVolumeRef& member) { return member->isEqual(volume); });
+}
+
+// ---- Construction ------------------------------------------------------------
+
+CVDiskVolume::CVDiskVolume(Passkey, platform::DADiskRef disk) : daDisk_(std::move(disk)) {}
+
+CVDiskVolumeRef CVDiskVolume::initWithDADisk(platform::DADiskRef disk) {
+  return std::make_shared<CVDiskVolume>(Passkey{}, std::move(disk));
+}
+
+CVDiskVolumeRef CVDiskVolume::initWithVolumePath(const platform::URL& mountPoint) {
+  auto& da = *current().diskArbitration;
+  auto session = da.DASessionCreate();
+  if (!session) return nullptr;
+  auto disk = da.DADiskCreateFromVolumePath(session, mountPoint);
+  if (!disk) {
+    diskLog().fault("Error: DADiskCreateFromVolumePath(" + mountPoint.absoluteString() +
+                      ") returned nil");
+    return nullptr;
+  }
+  return initWithDADisk(std::move(disk));
+}
+
+CVDiskVolumeRef CVDiskVolume::initWithBsdName(std::string_view bsdName) {
+  std::string devicePath(bsdName);
+  if (!devicePath.starts_with("/dev/")) devicePath = "/dev/" + devicePath;
+  if (!current().fileManager->fileExistsAtPath(devicePath)) return nullptr;
+  auto& da = *current().diskArbitration;
+  auto session = da.DASessionCreate();
+  if (!session) return nullptr;
+  auto disk = da.DADiskCreateFromBSDName(session, bsdName);
+  if (!disk) return nullptr;
+  return initWithDADisk(std::move(disk));
+}
+
+CVDiskVolumeRef CVDiskVolume::initWithImagePath(const platform::URL& imagePath) {
+  const std::string wanted = standardizedPath(imagePath);
+  for (const auto& volume : localMountedVolumes()) {
+    auto image = volume->imagePath();
+    if (!image || standardizedPath(*image) != wanted) continue;
+    if (auto system = volume->systemVolume()) return initWithDADisk(system->daDisk());
+    return initWithDADisk(volume->daDisk());
+  }
+  return nullptr;
+}
+
+CVDiskVolumeRef CVDiskVolume::initWithVolumeUUID(const platform::UUID& uuid) {
+  auto volumes = allMediaVolumes().members();
+  sortByDiskOrder(volumes);
+  for (const auto& volume : volumes) {
+    auto own = volume->volumeUUID();
+    if (own && *own == uuid) return initWithDADisk(volume->daDisk());
+  }
+  return nullptr;
+}
+
+CVDiskVolumeRef CVDiskVolume::volumeFromItemPathWithItemURL(const platform::URL& itemURL) {
+  auto value = resourceValue(itemURL, platform::NSURLVolumeURLKey);
+  if (!value || !value->url()) return nullptr;
+  return initWithVolumePath(*value->url());
+}
+
+// ---- Enumerations ------------------------------------------------------------
+
+CVDiskVolumeSet CVDiskVolume::allMediaVolumes() {
+  CVDiskVolumeSet volumes;
+  const auto& io = *current().ioKit;
+  auto& da = *current().diskArbitration;
+  auto iterator = io.IOServiceGetMatchingServices(io.IOServiceMatching("IOMedia"));
+  if (!iterator || iterator->isEmpty()) return volumes;
+  while (auto media = iterator->next()) {
+    auto session = da.DASessionCreate();
+    if (!session) continue;
+    auto disk = da.DADiskCreateFromIOMedia(session, media);
+    if (!disk) continue;
+    volumes.insert(initWithDADisk(std::move(disk)));
+  }
+  return volumes;
+}
+
+void sortByDiskOrder(std::vector<CVDiskVolumeRef>& volumes) {
+  // Compute each key once: a key reads the description.
+  std::vector<std::pair<std::int64_t, CVDiskVolumeRef>> keyed;
+  keyed.reserve(volumes.size());
+  for (auto& volume : volumes) keyed.emplace_back(diskOrderKeyOfOptional(volume->bsdName()), volume);
+  std::stable_sort(keyed.begin(), keyed.end(),
+                   [](const auto& a, const auto& b) { return a.first < b.first; });
+  for (std::size_t i = 0; i < keyed.size(); ++i) volumes[i] = std::move(keyed[i].second);
+}
+
+std::vector<CVDiskVolumeRef> CVDiskVolume::localDisks() {
+  auto volumes = allMediaVolumes().members();
+  sortByDiskOrder(volumes);
+  return volumes;
+}
+
+std::vector<CVDiskVolumeRef> CVDiskVolume::localMountedVolumes() {
+  std::vector<CVDiskVolumeRef> mounted;
+  for (auto& volume : localDisks()) {
+    if (volume->isReady()) mounted.push_back(volume);
+  }
+  sortByDiskOrder(mounted);
+  return mounted;
+}
+
+std::vector<CVDiskVolumeRef> CVDiskVolume::localBrowsableVolumes() {
+  std::vector<CVDiskVolumeRef> browsable;
+  for (auto& volume : localMountedVolumes()) {
+    if (volume->mountResourceFlag(platform::NSURLVolumeIsBrowsableKey)) browsable.push_back(volume);
+  }
+  sortByDiskOrder(browsable);
+  return browsable;
+}
+
+std::vector<CVDiskVolumeRef> CVDiskVolume::localBrowsableCoalescedVolumes() {
+  std::vector<CVDiskVolumeRef> coalesced;
+  for (auto& volume : localBrowsableVolumes()) {
+    if (volume->volumeRole() != VolumeRole::data) coalesced.push_back(volume);
+  }
+  return coalesced;
+}
+
+// ---- Cached dictionaries and typed reads ---------------------------------------
+
+std::optional<platform::Dictionary> CVDiskVolume::properties() const {
+  {
+    std::lock_guard lock(mutex_);
+    if (properties_) return *properties_;
+  }
+  auto read = current().diskArbitration->DADiskCopyDescription(daDisk_);
+  std::lock_guard lock(mutex_);
+  if (!properties_) properties_ = std::move(read);
+  return *properties_;
+}
+
+std::optional<platform::Dictionary> CVDiskVolume::registryProperties() const {
+  {
+    std::lock_guard lock(mutex_);
+    if (registryProperties_) return *registryProperties_;
+  }
+  auto read = current().ioKit->IORegistryEntryCreateCFProperties(ioMedia());
+  std::lock_guard lock(mutex_);
+  if (!registryProperties_) registryProperties_ = std::move(read);
+  return *registryProperties_;
+}
+
+std::optional<std::string> CVDiskVolume::daString(std::string_view key) const {
+  auto description = properties();
+  if (!description) return std::nullopt;
+  const auto* value = platform::lookup(*description, key);
+  if (!value || !value->string()) return std::nullopt;
+  return *value->string();
+}
+
+std::optional<bool> CVDiskVolume::daBool(std::string_view key) const {
+  auto description = properties();
+  if (!description) return std::nullopt;
+  const auto* value = platform::lookup(*description, key);
+  if (!value) return std::nullopt;
+  return value->boolean();
+}
+
+std::optional<platform::UUID> CVDiskVolume::daUUID(std::string_view key) const {
+  auto description = properties();
+  if (!description) return std::nullopt;
+  const auto* value = platform::lookup(*description, key);
+  if (!value || !value->uuid()) return std::nullopt;
+  // The platform's round trip through the UUID's text.
+  return platform::UUID::fromString(value->uuid()->uuidString());
+}
+
+std::optional<std::int64_t> CVDiskVolume::daNumber(std::string_view key) const {
+  auto description = properties();
+  if (!description) return std::nullopt;
+  const auto* value = platform::lookup(*description, key);
+  if (!value || !value->isNumber()) return std::nullopt;
+  return value->asInt64();
+}
+
+platform::IORegistryEntryRef CVDiskVolume::ioMedia() const {
+  return current().diskArbitration->DADiskCopyIOMedia(daDisk_);
+}
+
+std::optional<platform::Value> CVDiskVolume::ioProperty(std::string_view key) const {
+  return current().ioKit->IORegistryEntryCreateCFProperty(ioMedia(), key);
+}
+
+std::optional<bool> CVDiskVolume::ioBoolean(std::string_view key) const {
+  auto value = ioProperty(key);
+  if (!value) return std::nullopt;
+  return value->boolean();
+}
+
+std::optional<platform::Value> resourceValue(const platform::URL& url, std::string_view key) {
+  auto values = current().urlResources->resourceValuesForKeys(url, {std::string(key)});
+  if (!values) {
+    std::cout << values.error().localizedDescription << '\n';
+    return std::nullopt;
+  }
+  const auto* value = platform::lookup(*values, key);
+  if (!value) return std::nullopt;
+  return *value;
+}
+
+std::optional<platform::Value> CVDiskVolume::mountResource(std::string_view key) const {
+  auto url = mountURL();
+  if (!url) return std::nullopt;
+  return resourceValue(*url, key);
+}
+
+bool CVDiskVolume::mountResourceFlag(std::string_view key) const {
+  auto value = mountResource(key);
+  return value && value->boolean().value_or(false);
+}
+
+// ---- Names and paths ------------------------------------------------------------
+
+std::string CVDiskVolume::name() const {
+  if (auto volumeName = daString(platform::kDADiskDescriptionVolumeNameKey)) return *volumeName;
+  if (auto mediaName = daString(platform::kDADiskDescriptionMediaNameKey)) return *mediaName;
+  return "";
+}
+
+std::optional<platform::URL> CVDiskVolume::mountURL() const {
+  auto description = properties();
+  if (!description) return std::nullopt;
+  const auto* value = platform::lookup(*description, platform::kDADiskDescriptionVolumePathKey);
+  if (!value || !value->url()) return std::nullopt;
+  return *value->url();
+}
+
+std::optional<std::string> CVDiskVolume::mountPath() const {
+  auto url = mountURL();
+  if (!url) return std::nullopt;
+  return url->path();
+}
+
+std::optional<platform::URL> CVDiskVolume::path() const {
+  auto url = mountURL();
+  if (!url) return std::nullopt;
+  if (url->path() != "/") return url;
+  // The root volume is shown where it would be mounted if it were not the root.
+  std::string joined = (std::filesystem::path("/Volumes") / name()).lexically_normal().string();
+  return platform::URL::fileURLWithPath(joined, true);
+}
+
+std::optional<platform::Image> CVDiskVolume::icon() const {
+  auto url = mountURL();
+  if (!url) return std::nullopt;
+  return current().workspace->iconForFile(url->path());
+}
+
+bool CVDiskVolume::isReady() const {
+  auto url = mountURL();
+  if (!url) return false;
+  if (!daFlag(platform::kDADiskDescriptionVolumeMountableKey)) return false;
+  return current().fileManager->fileExistsAtPath(url->path());
+}
+
+std::optional<platform::URL> CVDiskVolume::imagePath() const {
+  const auto& io = *current().ioKit;
+  auto media = ioMedia();
+  constexpr std::uint32_t kTowardsParents =
+      platform::kIORegistryIterateRecursively | platform::kIORegistryIterateParents;
+  auto imagePathValue =
+      io.IORegistryEntrySearchCFProperty(media, platform::kIOServicePlane, "image-path", kTowardsParents);
+  if (imagePathValue && imagePathValue->data()) {
+    auto text = imagePathValue->data()->asStringView();
+    if (!isValidUTF8(text)) return std::nullopt;
+    return platform::URL::fileURLWithPath(text, false);
+  }
+  auto urlValue =
+      io.IORegistryEntrySearchCFProperty(media, platform::kIOServicePlane, "DiskImageURL", kTowardsParents);
+  if (urlValue && urlValue->string()) return platform::URL::fromString(*urlValue->string());
+  return std::nullopt;
+}
+
+// ---- Identity -------------------------------------------------------------------
+
+std::optional<std::string> CVDiskVolume::bsdName() const {
+  return daString(platform::kDADiskDescriptionMediaBSDNameKey);
+}
+
+std::optional<platform::UUID> CVDiskVolume::volumeUUID() const {
+  return daUUID(platform::kDADiskDescriptionVolumeUUIDKey);
+}
+
+std::optional<std::string> CVDiskVolume::volumeUUIDString() const {
+  auto uuid = volumeUUID();
+  if (!uuid) return std::nullopt;
+  return uuid->uuidString();
+}
+
+std::optional<platform::UUID> CVDiskVolume::volumeMediaUUID() const {
+  return daUUID(platform::kDADiskDescriptionMediaUUIDKey);
+}
+
+std::optional<platform::Bytes> CVDiskVolume::volumeIdentifier() const {
+  auto url = path();
+  if (!url) return std::nullopt;
+  auto value = resourceValue(*url, platform::NSURLVolumeIdentifierKey);
+  if (!value || !value->data()) return std::nullopt;
+  return *value->data();
+}
+
+std::int32_t CVDiskVolume::volumeDeviceIdentifier() const {
+  auto url = path();
+  if (!url) return -1;
+  auto info = current().system->stat(url->path());
+  if (!info) return -1;
+  return info->st_dev;
+}
+
+std::int32_t CVDiskVolume::volumeRealDeviceIdentifier() const {
+  auto url = path();
+  if (!url) return -1;
+  platform::AttrList list;
+  list.bitmapcount = 5;
+  list.forkattr = platform::ATTR_CMNEXT_REALDEVID;
+  auto value = current().system->getattrlist(url->path(), list, platform::FSOPT_ATTR_CMN_EXTENDED);
+  if (value) return *value;
+  constexpr int kEINVAL = 22;
+  if (value.error().code == kEINVAL) return volumeDeviceIdentifier();
+  return -1;
+}
+
+std::uint64_t CVDiskVolume::hash() const {
+  auto name = bsdName();
+  std::uint64_t value = name ? stringHash(*name) : 0;
+  if (auto uuid = volumeUUIDString()) value ^= stringHash(*uuid);
+  if (auto volumeName = daString(platform::kDADiskDescriptionVolumeNameKey)) {
+    value ^= stringHash(*volumeName);
+  }
+  if (auto mount = mountPath()) value ^= stringHash(*mount);
+  if (value == 0) value = current().diskArbitration->CFHash(daDisk_);
+  return value * kHashFactor;
+}
+
+bool CVDiskVolume::isEqual(const CVDisk& other) const {
+  const auto* volume = dynamic_cast<const CVDiskVolume*>(&other);
+  return volume && volume->hash() == hash();
+}
+
+bool operator<(const CVDiskVolume& a, const CVDiskVolume& b) {
+  return diskOrderKeyOfOptional(a.bsdName()) < diskOrderKeyOfOptional(b.bsdName());
+}

@@ -1,0 +1,151 @@
+// How a volume finds its role and its relatives in an APFS container: the
+// whole disk, the other slices, and the members of its volume group.
+#include "platform/DiskArbitration.h"
+#include "platform/Platform.h"
+#include "volumes/cv_disk_volume.h"
+
+using platform::current;
+
+namespace {
+
+// Two absent names count as equal; an absent and a present one do not.
+bool sameName(const std::optional<std::string>& a, const std::optional<std::string>& b) {
+  return a == b;
+}
+
+constexpr std::string_view kEmptyGroupUUID = "00000000-0000-0000-0000-000000000000";
+
+}  // namespace
+
+VolumeRole CVDiskVolume::volumeRole() const {
+  if (auto name = bsdName(); name && isMountedSnapshotBSDName(*name)) {
+    return VolumeRole::mountedSystemSnapshot;
+  }
+  auto role = ioProperty("Role");
+  if (!role || !role->array() || role->array()->empty()) return VolumeRole::generic;
+  const auto* word = role->array()->front().string();
+  if (!word) return VolumeRole::generic;
+  return volumeRoleFromRoleWord(*word);
+}
+
+std::optional<platform::UUID> CVDiskVolume::volumeGroupUUID() const {
+  auto value = ioProperty("VolGroupUUID");
+  if (!value || !value->string() || *value->string() == kEmptyGroupUUID) return std::nullopt;
+  return platform::UUID::fromString(*value->string());
+}
+
+CVDiskVolumeRef CVDiskVolume::parent() const {
+  {
+    std::lock_guard lock(mutex_);
+    if (parent_) return *parent_;
+  }
+  CVDiskVolumeRef computed;
+  if (!daFlag(platform::kDADiskDescriptionMediaWholeKey)) {
+    if (auto whole = current().diskArbitration->DADiskCopyWholeDisk(daDisk_)) {
+      computed = initWithDADisk(std::move(whole));
+    }
+  }
+  std::lock_guard lock(mutex_);
+  if (!parent_) parent_ = std::move(computed);
+  return *parent_;
+}
+
+void CVDiskVolume::setParent(CVDiskVolumeRef parent) {
+  std::lock_guard lock(mutex_);
+  parent_ = std::move(parent);
+}
+
+std::optional<CVDiskVolumeSet> CVDiskVolume::children() const {
+  {
+    std::lock_guard lock(mutex_);
+    if (children_) return *children_;
+  }
+  std::optional<CVDiskVolumeSet> computed;
+  if (daFlag(platform::kDADiskDescriptionMediaWholeKey)) {
+    const auto ownName = bsdName();
+    CVDiskVolumeSet found;
+    for (auto& volume : localDisks()) {
+      auto itsParent = volume->parent();
+      if (itsParent && sameName(itsParent->bsdName(), ownName)) found.insert(volume);
+    }
+    if (!found.empty()) computed = std::move(found);
+  }
+  std::lock_guard lock(mutex_);
+  if (!children_) children_ = std::move(computed);
+  return *children_;
+}
+
+std::optional<CVDiskVolumeSet> CVDiskVolume::siblings() const {
+  {
+    std::lock_guard lock(mutex_);
+    if (siblings_) return *siblings_;
+  }
+  std::optional<CVDiskVolumeSet> computed;
+  if (!daFlag(platform::kDADiskDescriptionMediaWholeKey)) {
+    if (auto whole = parent()) {
+      if (auto slices = whole->children()) {
+        const auto ownName = bsdName();
+        CVDiskVolumeSet others;
+        for (const auto& slice : *slices) {
+          if (!sameName(slice->bsdName(), ownName)) others.insert(slice);
+        }
+        if (!others.empty()) computed = std::move(others);
+      }
+    }
+  }
+  std::lock_guard lock(mutex_);
+  if (!siblings_) siblings_ = std::move(computed);
+  return *siblings_;
+}
+
+void CVDiskVolume::setSiblings(std::optional<CVDiskVolumeSet> siblings) {
+  std::lock_guard lock(mutex_);
+  siblings_ = std::move(siblings);
+}
+
+CVDiskVolumeRef CVDiskVolume::siblingWithRole(VolumeRole role) const {
+  auto others = siblings();
+  if (!others) return nullptr;
+  for (const auto& sibling : *others) {
+    if (sibling->volumeRole() == role) return sibling;
+  }
+  return nullptr;
+}
+
+CVDiskVolumeRef CVDiskVolume::groupMemberWithRole(VolumeRole role) const {
+  if (volumeRole() == role) return std::const_pointer_cast<CVDiskVolume>(shared_from_this());
+  auto others = siblings();
+  if (!others) return nullptr;
+  const auto group = volumeGroupUUID();
+  for (const auto& sibling : *others) {
+    if (sibling->volumeGroupUUID() == group && sibling->volumeRole() == role) return sibling;
+  }
+  return nullptr;
+}
+
+CVDiskVolumeRef CVDiskVolume::prebootVolume() const { return siblingWithRole(VolumeRole::preboot); }
+
+CVDiskVolumeRef CVDiskVolume::recoveryVolume() const { return siblingWithRole(VolumeRole::recovery); }
+
+CVDiskVolumeRef CVDiskVolume::virtualMemoryVolume() const {
+  return siblingWithRole(VolumeRole::virtualMemory);
+}
+
+CVDiskVolumeRef CVDiskVolume::systemVolume() const { return groupMemberWithRole(VolumeRole::system); }
+
+CVDiskVolumeRef CVDiskVolume::dataVolume() const { return groupMemberWithRole(VolumeRole::data); }
+
+bool CVDiskVolume::isBootableAPFSContainer() const {
+  return prebootVolume() != nullptr && recoveryVolume() != nullptr;
+}
+
+CVDiskVolumeRef CVDiskVolume::mountedSnapshotVolume() const {
+  auto system = systemVolume();
+  if (!system) return nullptr;
+  auto systemName = system->bsdName();
+  if (!systemName) return nullptr;
+  auto mountedFrom = ioProperty("VolGroupMntFromName");
+  if (!mountedFrom || !mountedFrom->string()) return nullptr;
+  if (*mountedFrom->string() != "/dev/" + *systemName + "s1") return nullptr;
+  return initWithBsdName(*mountedFrom->string());
+}

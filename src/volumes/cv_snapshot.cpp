@@ -1,0 +1,105 @@
+#include "volumes/cv_snapshot.h"
+
+#include <chrono>
+#include <ctime>
+#include <regex>
+
+namespace {
+
+const std::regex& namePattern() {
+  static const std::regex pattern(CVSnapshot::kNamePattern);
+  return pattern;
+}
+
+// The offset from GMT of the current time zone at this moment.
+long currentZoneOffset() {
+  std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  return local.tm_gmtoff;
+}
+
+double nowSince1970() {
+  using namespace std::chrono;
+  return duration<double>(system_clock::now().time_since_epoch()).count();
+}
+
+bool readDigits(std::string_view text, std::size_t at, std::size_t count, int& out) {
+  if (at + count > text.size()) return false;
+  int value = 0;
+  for (std::size_t i = at; i < at + count; ++i) {
+    char c = text[i];
+    if (c < '0' || c > '9') return false;
+    value = value * 10 + (c - '0');
+  }
+  out = value;
+  return true;
+}
+
+}  // namespace
+
+std::optional<platform::Date> parseSnapshotTimestamp(std::string_view ts, long offsetSeconds) {
+  // yyyy-MM-dd-HHmmss
+  if (ts.size() != 17 || ts[4] != '-' || ts[7] != '-' || ts[10] != '-') return std::nullopt;
+  int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+  if (!readDigits(ts, 0, 4, year) || !readDigits(ts, 5, 2, month) || !readDigits(ts, 8, 2, day) ||
+      !readDigits(ts, 11, 2, hour) || !readDigits(ts, 13, 2, minute) ||
+      !readDigits(ts, 15, 2, second)) {
+    return std::nullopt;
+  }
+  using namespace std::chrono;
+  year_month_day ymd{std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
+                     std::chrono::day(static_cast<unsigned>(day))};
+  if (!ymd.ok() || hour > 23 || minute > 59 || second > 59) return std::nullopt;
+  auto daysSince1970 = sys_days(ymd).time_since_epoch().count();
+  double seconds = static_cast<double>(daysSince1970) * 86400.0 + hour * 3600.0 + minute * 60.0 +
+                   second - static_cast<double>(offsetSeconds);
+  return platform::Date{seconds};
+}
+
+std::shared_ptr<CVSnapshot> CVSnapshot::make(std::string_view name) {
+  std::match_results<std::string_view::const_iterator> match;
+  if (!std::regex_search(name.begin(), name.end(), match, namePattern())) return nullptr;
+  std::string ts = match[1].matched ? match[1].str() : match[0].str();
+  return std::shared_ptr<CVSnapshot>(new CVSnapshot(std::string(name), std::move(ts)));
+}
+
+std::shared_ptr<CVSnapshot> CVSnapshot::makeNow() { return make("Now"); }
+
+std::string CVSnapshot::id() const {
+  std::lock_guard lock(mutex_);
+  return id_;
+}
+
+void CVSnapshot::setId(std::string id) {
+  std::lock_guard lock(mutex_);
+  id_ = std::move(id);
+}
+
+std::string CVSnapshot::ts() const {
+  std::lock_guard lock(mutex_);
+  return ts_;
+}
+
+void CVSnapshot::setTs(std::string ts) {
+  std::lock_guard lock(mutex_);
+  ts_ = std::move(ts);
+}
+
+std::optional<platform::Date> CVSnapshot::date() const {
+  std::lock_guard lock(mutex_);
+  if (!dateComputed_) {
+    date_ = ts_ == "Now" ? std::optional(platform::Date{nowSince1970()})
+                         : parseSnapshotTimestamp(ts_, currentZoneOffset());
+    dateComputed_ = true;
+  }
+  return date_;
+}
+
+bool operator<(const CVSnapshot& a, const CVSnapshot& b) {
+  auto left = a.date();
+  auto right = b.date();
+  if (!right) return false;
+  if (!left) return true;
+  return left->secondsSince1970 < right->secondsSince1970;
+}

@@ -1,0 +1,248 @@
+// Usage and help texts, compared whole.
+#include <gtest/gtest.h>
+
+#include "test_commands.h"
+
+namespace apt {
+namespace {
+
+std::string helpText(const CommandStack& stack, int width,
+                     ArgumentVisibility visibility = ArgumentVisibility::default_) {
+  return HelpGenerator(stack, visibility).rendered(width);
+}
+
+struct Tool : ParsableCommand {
+  Flag<bool> allDiagnostics{false, {.help = "Run everything."}};
+  static CommandConfiguration configuration() {
+    return {.commandName = "tool", .abstract = "Diagnostics.", .version = "1.0"};
+  }
+  static void declare(Declarations<Tool>& d) { d("allDiagnostics", &Tool::allDiagnostics); }
+};
+
+TEST(HelpText, SingleFlagToolWithAVersion) {
+  EXPECT_EQ(helpText({typeOf<Tool>()}, 80),
+            "OVERVIEW: Diagnostics.\n"
+            "\n"
+            "USAGE: tool [--all-diagnostics]\n"
+            "\n"
+            "OPTIONS:\n"
+            "  --all-diagnostics       Run everything.\n"
+            "  --version               Show the version.\n"
+            "  -h, --help              Show help information.\n");
+}
+
+TEST(HelpText, ArgumentsAndOptions) {
+  EXPECT_EQ(helpText({typeOf<Repeat>()}, 80),
+            "OVERVIEW: Repeats a phrase.\n"
+            "\n"
+            "USAGE: repeat [--count <count>] [--include-counter] <phrase>\n"
+            "\n"
+            "ARGUMENTS:\n"
+            "  <phrase>                The phrase to repeat.\n"
+            "\n"
+            "OPTIONS:\n"
+            "  --count <count>         How many times to repeat.\n"
+            "  --include-counter       Include a counter with each repetition.\n"
+            "  --version               Show the version.\n"
+            "  -h, --help              Show help information.\n");
+}
+
+TEST(HelpText, NarrowScreenDropsAbstractsButKeepsLabels) {
+  EXPECT_EQ(helpText({typeOf<Repeat>()}, 10),
+            "OVERVIEW:\n"
+            "Repeats a\n"
+            "phrase.\n"
+            "\n"
+            "USAGE: repeat [--count <count>] [--include-counter] <phrase>\n"
+            "\n"
+            "ARGUMENTS:\n"
+            "  <phrase>\n"
+            "\n"
+            "OPTIONS:\n"
+            "  --count <count>\n"
+            "  --include-counter\n"
+            "  --version\n"
+            "  -h, --help\n");
+}
+
+TEST(HelpText, SubcommandsGroupsAliasesAndTheDefault) {
+  EXPECT_EQ(helpText({typeOf<Math>()}, 80),
+            "OVERVIEW: A utility for performing maths.\n"
+            "\n"
+            "USAGE: math <subcommand>\n"
+            "\n"
+            "OPTIONS:\n"
+            "  --version               Show the version.\n"
+            "  -h, --help              Show help information.\n"
+            "\n"
+            "SUBCOMMANDS:\n"
+            "  add, plus (default)     Print the sum of the values.\n"
+            "  multiply, times         Print the product of the values.\n"
+            "\n"
+            "STATISTICS SUBCOMMANDS:\n"
+            "  stats                   Calculate descriptive statistics.\n"
+            "\n"
+            "  See 'math help <subcommand>' for detailed help.");
+}
+
+TEST(HelpText, OptionGroupTitleAndInheritedVersion) {
+  EXPECT_EQ(helpText({typeOf<Math>(), typeOf<Add>()}, 80),
+            "OVERVIEW: Print the sum of the values.\n"
+            "\n"
+            "USAGE: math add [<values> ...] [--verbose] [--output <output>]\n"
+            "\n"
+            "ARGUMENTS:\n"
+            "  <values>                A group of integers to operate on.\n"
+            "\n"
+            "OUTPUT:\n"
+            "  -v, --verbose           Talk more.\n"
+            "  --output <output>       Where to write. (default: out.txt)\n"
+            "\n"
+            "OPTIONS:\n"
+            "  --version               Show the version.\n"
+            "  -h, --help              Show help information.\n");
+}
+
+struct Described : ParsableCommand {
+  Flag<bool> abcdefghijklmnopqrstuv{false, {.help = "Twenty-four wide."}};
+  Flag<bool> abcdefghijklmnopqrstu{false, {.help = "Twenty-three wide."}};
+  Option<Speed> speed{Speed::fast, {.help = {"How fast.", "Fast is the default; slow is gentler on old disks."}}};
+  Flag<bool> secret{false, {.help = ArgumentHelp::hidden("Hidden away.")}};
+  Flag<bool> internal{false, {.help = ArgumentHelp::private_("Never shown.")}};
+  Argument<std::vector<std::string>> passed{
+      {.parsing = ArgumentArrayParsingStrategy::postTerminator, .help = {"Passed on.", {}, "arg"}}};
+  static CommandConfiguration configuration() {
+    return {.commandName = "described",
+            .abstract = "Line one.\n\nLine three.",
+            .discussion = "More words.",
+            .helpNames = NameSpecification::long_()};
+  }
+  static void declare(Declarations<Described>& d) {
+    d("abcdefghijklmnopqrstuv", &Described::abcdefghijklmnopqrstuv)(
+        "abcdefghijklmnopqrstu", &Described::abcdefghijklmnopqrstu)("speed", &Described::speed)(
+        "secret", &Described::secret)("internal", &Described::internal)("passed", &Described::passed);
+  }
+};
+
+TEST(HelpText, ColumnBoundaryDiscussionValuesAndNewlines) {
+  EXPECT_EQ(helpText({typeOf<Described>()}, 60),
+            "OVERVIEW: Line one.\n"
+            "\n"
+            "Line three.\n"
+            "\n"
+            "More words.\n"
+            "\n"
+            "USAGE: described [--abcdefghijklmnopqrstuv] [--abcdefghijklmnopqrstu] [--speed <speed>] -- [<arg> ...]\n"
+            "\n"
+            "ARGUMENTS:\n"
+            "  <arg>                   Passed on.\n"
+            "\n"
+            "OPTIONS:\n"
+            "  --abcdefghijklmnopqrstuv\n"
+            "                          Twenty-four wide.\n"
+            "  --abcdefghijklmnopqrstu Twenty-three wide.\n"
+            "  --speed <speed>         How fast. (values: slow, fast;\n"
+            "                          default: fast)\n"
+            "        Fast is the default; slow is gentler on old disks.\n"
+            "  --help                  Show help information.\n");
+}
+
+TEST(HelpText, HiddenArgumentsOnlyInHiddenHelp) {
+  auto hidden = helpText({typeOf<Described>()}, 200, ArgumentVisibility::hidden);
+  EXPECT_NE(hidden.find("  --secret                Hidden away.\n"), std::string::npos);
+  EXPECT_NE(hidden.find("[--secret]"), std::string::npos);
+  EXPECT_EQ(hidden.find("internal"), std::string::npos);
+  auto plain = helpText({typeOf<Described>()}, 200);
+  EXPECT_EQ(plain.find("secret"), std::string::npos);
+}
+
+ArgumentSet flags(int count, bool withRequiredPositional) {
+  ArgumentSet set;
+  for (int n = 0; n < count; ++n) {
+    auto names = std::string(1, static_cast<char>('a' + n));
+    set.append(boolFlagDefinitions(InputKey(names), FlagSettings{}, false));
+  }
+  if (withRequiredPositional)
+    set.append(valueArgumentSet<std::string>(InputKey("name"), ArgumentDefinition::Kind::positional(),
+                                             ParsingStrategy::default_, {}, {}, std::nullopt));
+  return set;
+}
+
+TEST(Usage, TwelveArgumentsAreListedThirteenCollapse) {
+  EXPECT_EQ((UsageGenerator{"t", flags(12, false)}.synopsis()),
+            "t [--a] [--b] [--c] [--d] [--e] [--f] [--g] [--h] [--i] [--j] [--k] [--l]");
+  EXPECT_EQ((UsageGenerator{"t", flags(13, false)}.synopsis()), "t <options>");
+  EXPECT_EQ((UsageGenerator{"t", flags(12, true)}.synopsis()), "t [<options>] <name>");
+  EXPECT_EQ((UsageGenerator{"t", ArgumentSet()}.synopsis()), "t");
+}
+
+TEST(Usage, ConfiguredUsageReplacesOrHidesTheSynopsis) {
+  struct Custom : ParsableCommand {
+    static CommandConfiguration configuration() {
+      return {.commandName = "custom", .usage = "custom one\ncustom two"};
+    }
+  };
+  struct Silent : ParsableCommand {
+    static CommandConfiguration configuration() { return {.commandName = "silent", .usage = ""}; }
+  };
+  EXPECT_EQ(helpText({typeOf<Custom>()}, 80),
+            "USAGE: custom one\n"
+            "       custom two\n"
+            "\n"
+            "OPTIONS:\n"
+            "  -h, --help              Show help information.\n");
+  EXPECT_EQ(HelpGenerator({typeOf<Custom>()}, ArgumentVisibility::default_).usageMessage(),
+            "Usage: custom one\n       custom two");
+  EXPECT_EQ(HelpGenerator({typeOf<Silent>()}, ArgumentVisibility::default_).usageMessage(), "");
+  EXPECT_EQ(usageString(typeOf<Custom>()), "custom one\ncustom two");
+}
+
+TEST(Usage, SuperCommandNameStandsInFront) {
+  struct Plugin : ParsableCommand {
+    Flag<bool> dry{false, {}};
+    static CommandConfiguration configuration() { return {.commandName = "plugin", .superCommandName = "host"}; }
+    static void declare(Declarations<Plugin>& d) { d("dry", &Plugin::dry); }
+  };
+  EXPECT_EQ(HelpGenerator({typeOf<Plugin>()}, ArgumentVisibility::default_).usage(), "host plugin [--dry]");
+}
+
+TEST(TextWrapping, WordsNewlinesAndIndents) {
+  EXPECT_EQ(wrapped("abc def ghi", 7), "abc\ndef ghi");
+  EXPECT_EQ(wrapped("abcdefghij klm", 5), "abcdefghij\nklm");
+  EXPECT_EQ(wrapped("abcdefghij", 5), "abcdefghij");
+  EXPECT_EQ(wrapped("a\n\nb", 10, 2), "  a\n\n  b");
+  EXPECT_EQ(wrapped("one two", 10, 3), "   one two");
+  EXPECT_EQ(wrapped("x", 5, 5), "");
+  EXPECT_EQ(wrapped("line\n", 10), "line\n");
+  EXPECT_EQ(indentingEachLine("a\n\nb", 3), "   a\n\n   b");
+  EXPECT_EQ(hangingIndent("x\ny\nz"), "x\n       y\n       z");
+  EXPECT_EQ(hangingIndent("one line"), "one line");
+}
+
+TEST(TerminalWidth, ColumnsFromTheEnvironmentWin) {
+  auto env = [](std::optional<std::string> columns) {
+    return [columns](const std::string& name) -> std::optional<std::string> {
+      if (name == "COLUMNS") return columns;
+      if (name == "LINES") return std::string("40");
+      return std::nullopt;
+    };
+  };
+  EXPECT_EQ(terminalWidth(env("120")), 120);
+  EXPECT_EQ(terminalWidth(env("+90")), 90);
+  EXPECT_EQ(terminalWidth(env("-5")), -5);
+}
+
+TEST(HelpNames, DefaultHiddenAndInherited) {
+  auto synopses = [](const std::vector<Name>& names) {
+    std::string text;
+    for (const auto& n : names) text += n.synopsisString() + " ";
+    return text;
+  };
+  EXPECT_EQ(synopses(helpNames({typeOf<Repeat>()}, ArgumentVisibility::default_)), "-h --help ");
+  EXPECT_EQ(synopses(helpNames({typeOf<Repeat>()}, ArgumentVisibility::hidden)), "--help-hidden ");
+  EXPECT_EQ(synopses(helpNames({typeOf<Described>()}, ArgumentVisibility::default_)), "--help ");
+  EXPECT_EQ(primaryHelpName({typeOf<Math>(), typeOf<Add>()})->synopsisString(), "--help");
+}
+
+}  // namespace
+}  // namespace apt

@@ -1,0 +1,345 @@
+// Parsing through small commands: every option strategy, positional arrays,
+// flags of every form, option groups, subcommands and the built-in requests.
+#include <gtest/gtest.h>
+
+#include "test_commands.h"
+
+namespace apt {
+namespace {
+
+struct Strategies : ParsableCommand {
+  Option<std::optional<std::string>> next;
+  Option<std::optional<std::string>> scan{{.parsing = SingleValueParsingStrategy::scanningForValue}};
+  Option<std::optional<std::string>> raw{{.parsing = SingleValueParsingStrategy::unconditional}};
+  Option<std::vector<std::string>> upTo{{.parsing = ArrayParsingStrategy::upToNextOption}};
+  Option<std::vector<int>> number{{.name = NameSpecification::customShort('n', true)}};
+  Option<std::vector<std::string>> anything{{.parsing = ArrayParsingStrategy::unconditionalSingleValue}};
+  Flag<bool> flag{false, {.name = NameSpecification::shortAndLong()}};
+  Flag<bool> quiet{false, {.name = NameSpecification::short_()}};
+  static void declare(Declarations<Strategies>& d) {
+    d("next", &Strategies::next)("scan", &Strategies::scan)("raw", &Strategies::raw)("upTo", &Strategies::upTo)(
+        "number", &Strategies::number)("anything", &Strategies::anything)("flag", &Strategies::flag)(
+        "quiet", &Strategies::quiet);
+  }
+};
+
+struct Remaining : ParsableCommand {
+  Flag<bool> verbose{false, {}};
+  Option<std::vector<std::string>> pass{{.parsing = ArrayParsingStrategy::remaining}};
+  static void declare(Declarations<Remaining>& d) { d("verbose", &Remaining::verbose)("pass", &Remaining::pass); }
+};
+
+struct Positionals : ParsableCommand {
+  Argument<std::string> first;
+  Argument<std::optional<int>> second;
+  Argument<std::vector<std::string>> rest;
+  Flag<bool> verbose{false, {}};
+  static void declare(Declarations<Positionals>& d) {
+    d("first", &Positionals::first)("second", &Positionals::second)("rest", &Positionals::rest)(
+        "verbose", &Positionals::verbose);
+  }
+};
+
+struct PostTerminator : ParsableCommand {
+  Argument<std::vector<std::string>> files;
+  Argument<std::vector<std::string>> passed{{.parsing = ArgumentArrayParsingStrategy::postTerminator}};
+  static void declare(Declarations<PostTerminator>& d) {
+    d("files", &PostTerminator::files)("passed", &PostTerminator::passed);
+  }
+};
+
+struct Unrecognized : ParsableCommand {
+  Flag<bool> known{false, {}};
+  Argument<std::vector<std::string>> other{{.parsing = ArgumentArrayParsingStrategy::allUnrecognized}};
+  static void declare(Declarations<Unrecognized>& d) {
+    d("known", &Unrecognized::known)("other", &Unrecognized::other);
+  }
+};
+
+struct UnconditionalRest : ParsableCommand {
+  Argument<std::string> tool;
+  Argument<std::vector<std::string>> arguments{{.parsing = ArgumentArrayParsingStrategy::unconditionalRemaining}};
+  static void declare(Declarations<UnconditionalRest>& d) {
+    d("tool", &UnconditionalRest::tool)("arguments", &UnconditionalRest::arguments);
+  }
+};
+
+struct Flags : ParsableCommand {
+  Flag<int> verbose{{.name = NameSpecification::shortAndLong()}};
+  Flag<bool> required{{}};
+  Flag<bool> color{true, {.inversion = FlagInversion::prefixedEnableDisable}};
+  Flag<bool> strict{false, {.inversion = FlagInversion::prefixedNo, .exclusivity = FlagExclusivity::exclusive}};
+  Flag<bool> early{false, {.inversion = FlagInversion::prefixedNo, .exclusivity = FlagExclusivity::chooseFirst}};
+  Flag<Color> paint{Color::red};
+  Option<Speed> speed{Speed::slow, {}};
+  Option<double> ratio{1.5, {}};
+  Option<std::uint8_t> level{0, {}};
+  static void declare(Declarations<Flags>& d) {
+    d("verbose", &Flags::verbose)("required", &Flags::required)("color", &Flags::color)("strict", &Flags::strict)(
+        "early", &Flags::early)("paint", &Flags::paint)("speed", &Flags::speed)("ratio", &Flags::ratio)(
+        "level", &Flags::level);
+  }
+};
+
+TEST(OptionStrategies, NextTakesAttachedOrAFollowingValueOnly) {
+  EXPECT_EQ(*parse<Strategies>({"--next", "v"})->next.value(), "v");
+  EXPECT_EQ(*parse<Strategies>({"--next=v"})->next.value(), "v");
+  EXPECT_EQ(parseError<Strategies>({"--next", "--flag"}).parserError.kind,
+            ParserError::Case::missingValueForOption);
+  EXPECT_EQ(parseError<Strategies>({"--next"}).parserError.kind, ParserError::Case::missingValueForOption);
+  // A repeated single-value option keeps the last value.
+  EXPECT_EQ(*parse<Strategies>({"--next", "a", "--next", "b"})->next.value(), "b");
+}
+
+TEST(OptionStrategies, ScanningSkipsLabelsAndUnconditionalTakesAnything) {
+  auto scanned = parse<Strategies>({"--scan", "--flag", "value"});
+  EXPECT_EQ(*scanned->scan.value(), "value");
+  EXPECT_TRUE(scanned->flag.value());
+  auto raw = parse<Strategies>({"--raw", "--flag"});
+  EXPECT_EQ(*raw->raw.value(), "--flag");
+  EXPECT_FALSE(raw->flag.value());
+  EXPECT_EQ(*parse<Strategies>({"--raw", "-xyz"})->raw.value(), "-xyz");
+  EXPECT_EQ(parse<Strategies>({"--anything", "-q", "--anything", "--x"})->anything.value(),
+            (std::vector<std::string>{"-q", "--x"}));
+}
+
+TEST(OptionStrategies, UpToNextOptionStopsAtALabel) {
+  auto parsed = parse<Strategies>({"--up-to", "a", "b", "--flag"});
+  EXPECT_EQ(parsed->upTo.value(), (std::vector<std::string>{"a", "b"}));
+  EXPECT_TRUE(parsed->flag.value());
+  auto leftover = parseError<Strategies>({"--up-to", "a", "--flag", "c"});
+  EXPECT_EQ(leftover.parserError.kind, ParserError::Case::unexpectedExtraValues);
+  EXPECT_EQ(parse<Strategies>({"--up-to=x", "y"})->upTo.value(), (std::vector<std::string>{"x", "y"}));
+  EXPECT_EQ(parseError<Strategies>({"--up-to", "--flag"}).parserError.kind,
+            ParserError::Case::missingValueForOption);
+}
+
+TEST(OptionStrategies, JoinedShortValuesAndArrays) {
+  EXPECT_EQ(parse<Strategies>({"-n5", "-n", "6", "-n=7"})->number.value(), (std::vector<int>{5, 6, 7}));
+  auto grouped = parse<Strategies>({"-fq"});
+  EXPECT_TRUE(grouped->flag.value());
+  EXPECT_TRUE(grouped->quiet.value());
+  EXPECT_TRUE(parse<Strategies>({})->number.value().empty());
+}
+
+TEST(OptionStrategies, RemainingTakesEverythingBehindTheLabel) {
+  auto parsed = parse<Remaining>({"--pass", "a", "--verbose", "-x"});
+  EXPECT_EQ(parsed->pass.value(), (std::vector<std::string>{"a", "--verbose", "-x"}));
+  EXPECT_FALSE(parsed->verbose.value());
+  EXPECT_TRUE(parse<Remaining>({"--verbose", "--pass"})->pass.value().empty());
+}
+
+TEST(Positionals, FillInDeclarationOrderAndArraysTakeTheRest) {
+  auto parsed = parse<Positionals>({"a", "--verbose", "2", "x", "y"});
+  EXPECT_EQ(parsed->first.value(), "a");
+  EXPECT_EQ(parsed->second.value(), 2);
+  EXPECT_EQ(parsed->rest.value(), (std::vector<std::string>{"x", "y"}));
+  EXPECT_TRUE(parsed->verbose.value());
+  auto minimal = parse<Positionals>({"only"});
+  EXPECT_FALSE(minimal->second.value().has_value());
+  EXPECT_TRUE(minimal->rest.value().empty());
+  // Behind the terminator a dash-led word is a value.
+  EXPECT_EQ(parse<Positionals>({"a", "--", "-5"})->second.value(), -5);
+  EXPECT_EQ(parse<Positionals>({"a", "1", "--", "--verbose"})->rest.value(), std::vector<std::string>{"--verbose"});
+}
+
+TEST(Positionals, BadAndMissingValuesFail) {
+  auto bad = parseError<Positionals>({"a", "two"});
+  EXPECT_EQ(bad.parserError.kind, ParserError::Case::unableToParseValue);
+  EXPECT_EQ(bad.parserError.value, "two");
+  auto missing = parseError<Positionals>({"--verbose"});
+  EXPECT_EQ(missing.parserError.kind, ParserError::Case::noValue);
+  EXPECT_EQ(missing.parserError.key.name, "first");
+}
+
+TEST(Positionals, PostTerminatorAllUnrecognizedAndUnconditionalRemaining) {
+  auto post = parse<PostTerminator>({"a", "b", "--", "c", "--d"});
+  EXPECT_EQ(post->files.value(), (std::vector<std::string>{"a", "b"}));
+  EXPECT_EQ(post->passed.value(), (std::vector<std::string>{"c", "--d"}));
+
+  auto unrecognized = parse<Unrecognized>({"x", "--known", "--unknown", "-z"});
+  EXPECT_TRUE(unrecognized->known.value());
+  EXPECT_EQ(unrecognized->other.value(), (std::vector<std::string>{"x", "--unknown", "-z"}));
+
+  auto rest = parse<UnconditionalRest>({"git", "--version", "-C", "dir"});
+  EXPECT_EQ(rest->tool.value(), "git");
+  EXPECT_EQ(rest->arguments.value(), (std::vector<std::string>{"--version", "-C", "dir"}));
+}
+
+TEST(Flags, CountingInvertedExclusiveAndEnumerable) {
+  auto parsed = parse<Flags>({"-vv", "--verbose", "--required", "--disable-color", "--green"});
+  EXPECT_EQ(parsed->verbose.value(), 3);
+  EXPECT_TRUE(parsed->required.value());
+  EXPECT_FALSE(parsed->color.value());
+  EXPECT_EQ(parsed->paint.value(), Color::green);
+
+  auto defaults = parse<Flags>({"--required"});
+  EXPECT_EQ(defaults->verbose.value(), 0);
+  EXPECT_TRUE(defaults->color.value());
+  EXPECT_EQ(defaults->paint.value(), Color::red);
+  EXPECT_EQ(defaults->speed.value(), Speed::slow);
+
+  EXPECT_TRUE(parse<Flags>({"--required", "--early", "--no-early"})->early.value());
+  EXPECT_FALSE(parse<Flags>({"--required", "--no-early", "--early"})->early.value());
+  EXPECT_TRUE(parse<Flags>({"--required", "--early", "--no-early", "--early"})->early.value());
+  EXPECT_TRUE(parse<Flags>({"--required", "--strict", "--strict"})->strict.value());
+
+  auto clash = parseError<Flags>({"--required", "--strict", "--no-strict"});
+  EXPECT_EQ(clash.parserError.kind, ParserError::Case::duplicateExclusiveValues);
+  auto colors = parseError<Flags>({"--required", "--red", "--blue"});
+  EXPECT_EQ(colors.parserError.kind, ParserError::Case::duplicateExclusiveValues);
+  EXPECT_EQ(parse<Flags>({"--required", "--blue", "--blue"})->paint.value(), Color::blue);
+}
+
+struct OptionalColor : ParsableCommand {
+  Flag<std::optional<Color>> color{{.exclusivity = FlagExclusivity::chooseLast}};
+  static void declare(Declarations<OptionalColor>& d) { d("color", &OptionalColor::color); }
+};
+
+struct Palette : ParsableCommand {
+  Flag<std::vector<Color>> colors{{Color::blue}, {}};
+  static void declare(Declarations<Palette>& d) { d("colors", &Palette::colors); }
+};
+
+TEST(Flags, OptionalAndArrayEnumerableFlags) {
+  EXPECT_FALSE(parse<OptionalColor>({})->color.value().has_value());
+  EXPECT_EQ(parse<OptionalColor>({"--red", "--green"})->color.value(), Color::green);
+  EXPECT_EQ(parse<Palette>({})->colors.value(), std::vector<Color>{Color::blue});
+  EXPECT_EQ(parse<Palette>({"--red", "--red", "--green"})->colors.value(),
+            (std::vector<Color>{Color::red, Color::red, Color::green}));
+}
+
+TEST(Flags, ValuesConvertByType) {
+  auto parsed = parse<Flags>({"--required", "--speed", "fast", "--ratio=-2.25", "--level", "255"});
+  EXPECT_EQ(parsed->speed.value(), Speed::fast);
+  EXPECT_DOUBLE_EQ(parsed->ratio.value(), -2.25);
+  EXPECT_EQ(parsed->level.value(), 255);
+  EXPECT_EQ(parseError<Flags>({"--required", "--level", "256"}).parserError.kind,
+            ParserError::Case::unableToParseValue);
+  EXPECT_EQ(parseError<Flags>({"--required", "--speed", "medium"}).parserError.kind,
+            ParserError::Case::unableToParseValue);
+  EXPECT_EQ(parseError<Flags>({"--required", "--ratio", "1.5x"}).parserError.kind,
+            ParserError::Case::unableToParseValue);
+  EXPECT_EQ(parseError<Flags>({"--required=yes"}).parserError.kind, ParserError::Case::unexpectedValueForOption);
+  EXPECT_EQ(parseError<Flags>({}).parserError.kind, ParserError::Case::noArguments);
+}
+
+TEST(ExpressibleByArgument, ConvertsAndDescribesValues) {
+  EXPECT_EQ(ExpressibleByArgument<int>::parse("+12"), 12);
+  EXPECT_EQ(ExpressibleByArgument<int>::parse("-12"), -12);
+  EXPECT_FALSE(ExpressibleByArgument<int>::parse("1 ").has_value());
+  EXPECT_FALSE(ExpressibleByArgument<int>::parse("").has_value());
+  EXPECT_FALSE(ExpressibleByArgument<std::uint32_t>::parse("-1").has_value());
+  EXPECT_EQ(ExpressibleByArgument<std::int64_t>::parse("-9223372036854775808"), INT64_MIN);
+  EXPECT_EQ(ExpressibleByArgument<bool>::parse("true"), true);
+  EXPECT_FALSE(ExpressibleByArgument<bool>::parse("yes").has_value());
+  EXPECT_EQ(ExpressibleByArgument<double>::defaultValueDescription(1.0), "1.0");
+  EXPECT_EQ(ExpressibleByArgument<double>::defaultValueDescription(2.5), "2.5");
+  EXPECT_EQ(ExpressibleByArgument<float>::defaultValueDescription(0.1f), "0.1");
+  EXPECT_EQ(ExpressibleByArgument<Speed>::allValueStrings(), (std::vector<std::string>{"slow", "fast"}));
+}
+
+TEST(OptionGroups, DecodeUnderTheGroupPathAndValidate) {
+  auto add = parse<Add>({"1", "-v", "2", "--output", "sum.txt"});
+  EXPECT_EQ(add->values.value(), (std::vector<int>{1, 2}));
+  EXPECT_TRUE(add->options.value().verbose.value());
+  EXPECT_EQ(add->options.value().output.value(), "sum.txt");
+
+  auto set = typeOf<Add>()->argumentSet(ArgumentVisibility::private_);
+  ASSERT_EQ(set.size(), 3u);
+  EXPECT_EQ(set[1].help.keys.front().description(), "options.verbose");
+  EXPECT_EQ(set[1].help.parentTitle, "Output");
+
+  auto invalid = parseError<Add>({"--output="});  // `--output=` has no value: it is missing
+  EXPECT_EQ(invalid.parserError.kind, ParserError::Case::missingValueForOption);
+  auto empty = parseError<Add>({"--output", ""});
+  EXPECT_EQ(empty.parserError.kind, ParserError::Case::userValidationError);
+}
+
+TEST(Subcommands, NamesAliasesAndTheDefault) {
+  Add::lastSum = 0;
+  EXPECT_EQ(runMain<Math>({"add", "1", "2"}).status, 0);
+  EXPECT_EQ(Add::lastSum, 3);
+  EXPECT_EQ(runMain<Math>({"plus", "4"}).status, 0);
+  EXPECT_EQ(Add::lastSum, 4);
+  EXPECT_EQ(runMain<Math>({"5", "6"}).status, 0);  // the default subcommand
+  EXPECT_EQ(Add::lastSum, 11);
+  EXPECT_NE(std::dynamic_pointer_cast<Multiply>(parseAsRoot<Math>({"times", "2"})), nullptr);
+  EXPECT_NE(std::dynamic_pointer_cast<Stats>(parseAsRoot<Math>({"stats"})), nullptr);
+
+  auto invalid = parseError<Math>({"multiply", "1", "2", "3", "4"});
+  EXPECT_EQ(invalid.parserError.kind, ParserError::Case::userValidationError);
+  ASSERT_EQ(invalid.commandStack.size(), 2u);
+  EXPECT_EQ(invalid.commandStack[1], typeOf<Multiply>());
+}
+
+TEST(BuiltInRequests, HelpVersionAndDumpAreFoundBeforeLeftovers) {
+  auto help = std::dynamic_pointer_cast<HelpCommand>(parseAsRoot<Repeat>({"--help", "--bad"}));
+  ASSERT_NE(help, nullptr);
+  EXPECT_EQ(help->commandStack, CommandStack{typeOf<Repeat>()});
+  // A missing required value with --help elsewhere still gives help.
+  EXPECT_NE(std::dynamic_pointer_cast<HelpCommand>(parseAsRoot<Repeat>({"--count", "2", "-h"})), nullptr);
+  // A dash-led word is no value for an option of the default strategy.
+  EXPECT_EQ(parseError<Repeat>({"--count", "-h"}).parserError.kind, ParserError::Case::missingValueForOption);
+  auto hidden = std::dynamic_pointer_cast<HelpCommand>(parseAsRoot<Repeat>({"x", "--help-hidden"}));
+  ASSERT_NE(hidden, nullptr);
+  EXPECT_EQ(hidden->visibility, ArgumentVisibility::hidden);
+
+  EXPECT_EQ(parseError<Repeat>({"phrase", "--count", "2", "--version"}).parserError.kind,
+            ParserError::Case::versionRequested);
+  EXPECT_EQ(parseError<Repeat>({"--experimental-dump-help"}).parserError.kind, ParserError::Case::dumpHelpRequested);
+  // A value attached to an option is never read as a request.
+  EXPECT_EQ(parse<Repeat>({"--count", "2", "--", "--help"})->phrase.value(), "--help");
+
+  auto script = parseError<Repeat>({"--generate-completion-script", "bash", "--count"});
+  EXPECT_EQ(script.parserError.kind, ParserError::Case::completionScriptRequested);
+  EXPECT_EQ(script.parserError.text, "bash");
+  auto detected = parseError<Repeat>({"--generate-completion-script"});
+  EXPECT_EQ(detected.parserError.kind, ParserError::Case::completionScriptRequested);
+  EXPECT_FALSE(detected.parserError.text.has_value());
+}
+
+TEST(BuiltInRequests, HelpSubcommandBuildsTheNamedStack) {
+  auto help = std::dynamic_pointer_cast<HelpCommand>(parseAsRoot<Math>({"help", "times", "nosuch"}));
+  ASSERT_NE(help, nullptr);
+  EXPECT_EQ(help->commandStack, (CommandStack{typeOf<Math>(), typeOf<Multiply>()}));
+  auto root = std::dynamic_pointer_cast<HelpCommand>(parseAsRoot<Math>({"help", "nosuch"}));
+  ASSERT_NE(root, nullptr);
+  EXPECT_EQ(root->commandStack, CommandStack{typeOf<Math>()});
+}
+
+TEST(ArgumentSet, VisibilityFiltersAndFirstNameWins) {
+  struct Hidden : ParsableCommand {
+    Flag<bool> shown{false, {}};
+    Flag<bool> secret{false, {.help = ArgumentHelp::hidden("Secret.")}};
+    Flag<bool> internal{false, {.help = ArgumentHelp::private_()}};
+    Flag<bool> duplicate{false, {.name = NameSpecification::customLong("shown")}};
+    static void declare(Declarations<Hidden>& d) {
+      d("shown", &Hidden::shown)("secret", &Hidden::secret)("internal", &Hidden::internal)(
+          "duplicate", &Hidden::duplicate);
+    }
+  };
+  EXPECT_EQ(typeOf<Hidden>()->argumentSet(ArgumentVisibility::default_).size(), 2u);
+  EXPECT_EQ(typeOf<Hidden>()->argumentSet(ArgumentVisibility::hidden).size(), 3u);
+  auto all = typeOf<Hidden>()->argumentSet(ArgumentVisibility::private_);
+  EXPECT_EQ(all.size(), 4u);
+  EXPECT_EQ(all.position(Name::makeLong("shown")), 0u);
+  // The duplicate name goes to the first bearer: --shown sets `shown` only.
+  auto parsed = parse<Hidden>({"--shown", "--secret"});
+  EXPECT_TRUE(parsed->shown.value());
+  EXPECT_TRUE(parsed->secret.value());
+  EXPECT_FALSE(parsed->duplicate.value());
+}
+
+TEST(DeclaredProperties, DescribeTheirStateAndCannotBeReadBeforeParsing) {
+  Repeat fresh;
+  EXPECT_EQ(fresh.includeCounter.description(), "Flag(*definition*)");
+  EXPECT_EQ(fresh.count.description(), "Option(*definition*)");
+  EXPECT_EQ(fresh.phrase.description(), "Argument(*definition*)");
+  EXPECT_EQ(Add().options.description(), "OptionGroup(*definition*)");
+  EXPECT_EQ(parse<Repeat>({"hi"})->phrase.description(), "Argument(hi)");
+  EXPECT_DEATH((void)fresh.includeCounter.value(), "Can't read a value from a parsable\u00A0argument");
+}
+
+}  // namespace
+}  // namespace apt

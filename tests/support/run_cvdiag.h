@@ -1,0 +1,29 @@
+#pragma once
+// Runs the built CVDiag (or another program) as a child process and captures
+// what it wrote on each stream and how it ended.
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace cvdiag_test {
+
+struct RunResult {
+  std::string out;   // standard output
+  std::string err;   // standard error
+  int status = -1;   // exit status; 128 + signal number when killed by a signal
+};
+
+// Runs CVDIAG_EXECUTABLE with the arguments. The child gets the test's own
+// environment without COLUMNS and LINES, with `environment` added (entries
+// replace those of the same name; an empty value sets the variable empty).
+// Its standard output is a pipe, so the terminal width is 80 unless COLUMNS
+// is given.
+RunResult runCVDiag(const std::vector<std::string>& arguments,
+                    const std::map<std::string, std::string>& environment = {});
+
+// The same for any executable.
+RunResult runProgram(const std::string& executable, const std::vector<std::string>& arguments,
+                     const std::map<std::string, std::string>& environment = {});
+
+}  // namespace cvdiag_test
