@@ -890,10 +890,14 @@ def main():
 
     # Mount points. Git keeps no empty folder, so each holds something that a
     # Mac would have there too.
+    mkdir("/Volumes")
     write("/System/Volumes/Data/.file", b"")
     write("/System/Volumes/Preboot/.file", b"")
     write("/System/Volumes/VM/sleepimage", b"")
     write("/System/Volumes/Update/.file", b"")
+    # As on a Mac, "/Volumes/Macintosh HD" leads back to "/". The link is
+    # relative: an absolute one would lead to the host's "/".
+    os.symlink("..", os.path.join(OUT, "Volumes", "Macintosh HD"))
     mkdir("/Volumes/Backup/Backups.backupdb")
     write("/Volumes/Backup/Backups.backupdb/.com.apple.TMCheckpoint", b"")
     write("/Volumes/USBSTICK/README.TXT", "Corvane stick\r\n")

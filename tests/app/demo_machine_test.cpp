@@ -27,6 +27,7 @@
 #include "platform/machine/MachinePlatform.h"
 #include "platform/machine/MachineQueries.h"
 #include "tools/TaskShell.h"
+#include "volumes/cv_disk_volume.h"
 
 namespace {
 
@@ -593,4 +594,83 @@ TEST(DemoMachineTest, ToolRunnerGetsReadableAnswersFromTheDemoPrograms) {
   auto snapshots = runTmutil({"listlocalsnapshots", "/"}, 5.0);
   ASSERT_TRUE(snapshots);
   EXPECT_EQ(snapshots->size(), 5u) << "a heading, three snapshots and the empty line after the last line feed";
+}
+
+// The volume model reads the demo as the Mac it stands for: disk order, the
+// boot group and its snapshot, formats, Time Machine facts, the image behind
+// the attached disk image. A demo that the model reads differently from the
+// guide's description of it fails here.
+TEST(DemoMachineTest, VolumeModelReadsTheDemoAsDescribed) {
+  auto demo = openDemo();
+  ASSERT_TRUE(demo);
+  platform::install(demo->platform);
+  auto bsd = [](const CVDiskVolumeRef& v) { return v ? v->bsdName().value_or("(no name)") : "(none)"; };
+
+  std::vector<std::string> order;
+  for (const auto& v : CVDiskVolume::localDisks()) order.push_back(bsd(v));
+  EXPECT_EQ(order, (std::vector<std::string>{"disk0", "disk0s1", "disk0s2", "disk1", "disk1s1", "disk1s1s1",
+                                             "disk1s2", "disk1s3", "disk1s4", "disk1s5", "disk1s6", "disk2",
+                                             "disk2s1", "disk2s2", "disk2s3", "disk3", "disk3s1", "disk4",
+                                             "disk4s1"}));
+  std::vector<std::string> shown;
+  for (const auto& v : CVDiskVolume::localBrowsableCoalescedVolumes()) shown.push_back(bsd(v));
+  EXPECT_EQ(shown, (std::vector<std::string>{"disk1s1s1", "disk2s2", "disk3s1", "disk4s1"}));
+
+  auto root = CVDiskVolume::initWithVolumePath(platform::URL::fileURLWithPath("/", true));
+  ASSERT_TRUE(root);
+  EXPECT_EQ(bsd(root), "disk1s1s1");
+  EXPECT_TRUE(root->isBootVolume());
+  EXPECT_EQ(root->volumeRole(), VolumeRole::mountedSystemSnapshot);
+  EXPECT_EQ(root->path()->absoluteString(), "file:///Volumes/Macintosh%20HD/");
+  EXPECT_EQ(root->volumeOperatingSystemExtendedString(), "14.2.1 (23C71)");
+  EXPECT_EQ(bsd(root->systemVolume()), "disk1s1");
+  EXPECT_EQ(bsd(root->dataVolume()), "disk1s2");
+  EXPECT_FALSE(root->isWritable());
+  EXPECT_TRUE(root->volumeIsIncludedInTimeMachine());
+  EXPECT_EQ(root->volumeLocalSnapshots().size(), 3u);
+
+  // The registry stands for the boot group by its Data volume; the Data
+  // volume presents itself through the mounted snapshot.
+  auto data = CVDiskVolume::initWithBsdName("disk1s2");
+  ASSERT_TRUE(data && data->systemVolume());
+  EXPECT_EQ(bsd(data->systemVolume()->mountedSnapshotVolume()), "disk1s1s1");
+  EXPECT_TRUE(data->isEncrypted());
+  EXPECT_EQ(data->volumeFormatDescription(), "APFS (Encrypted)");
+  EXPECT_EQ(data->volumePersonality(), "APFS");
+  auto system = CVDiskVolume::initWithBsdName("disk1s1");
+  ASSERT_TRUE(system);
+  EXPECT_FALSE(system->isReady());
+  EXPECT_TRUE(system->isBootableAPFSContainer());
+  EXPECT_EQ(system->volumeUUID(), root->volumeUUID()) << "the sealed snapshot shares its system's UUID";
+  EXPECT_EQ(bsd(system->prebootVolume()), "disk1s3");
+  EXPECT_EQ(bsd(system->recoveryVolume()), "disk1s4");
+  EXPECT_EQ(bsd(system->virtualMemoryVolume()), "disk1s5");
+
+  auto backup = CVDiskVolume::initWithVolumePath(platform::URL::fileURLWithPath("/Volumes/Backup", true));
+  ASSERT_TRUE(backup);
+  EXPECT_TRUE(backup->isTimeMachineVolume());
+  EXPECT_FALSE(backup->volumeIsIncludedInTimeMachine());
+  EXPECT_EQ(backup->volumePersonality(), "Journaled HFS+");
+  EXPECT_TRUE(backup->deviceIsExternal() && backup->isUnMountable());
+  EXPECT_EQ(backup->deviceProtocol(), "USB");
+
+  auto archive = CVDiskVolume::initWithBsdName("disk2s3");
+  ASSERT_TRUE(archive);
+  EXPECT_FALSE(archive->isReady());
+  EXPECT_FALSE(archive->mountPath());
+  EXPECT_EQ(archive->volumeFormatDescription(), "Mac OS Extended (Journaled)");
+  EXPECT_EQ(archive->volumeTotalCapacity(), archive->daNumber("DAMediaSize"));
+
+  auto stick = CVDiskVolume::initWithBsdName("/dev/disk3s1");
+  ASSERT_TRUE(stick);
+  EXPECT_TRUE(stick->isRemovable());
+  EXPECT_FALSE(stick->volumePermissionsAreEnabled());
+  EXPECT_EQ(stick->volumePersonality(), "MS-DOS FAT32");
+  EXPECT_EQ(stick->volumeRealDeviceIdentifier(), stick->volumeDeviceIdentifier());
+
+  auto image = CVDiskVolume::initWithBsdName("disk4s1");
+  ASSERT_TRUE(image && image->imagePath());
+  EXPECT_EQ(image->imagePath()->absoluteString(), "file:///Users/ada/Disk%20Images/Projects.sparseimage");
+  EXPECT_EQ(image->deviceProtocol(), "Disk Image");
+  EXPECT_EQ(image->name(), "Projects");
 }
