@@ -77,7 +77,8 @@ class DispatchQueue {
   // work of a queue that targets it.
   bool isCurrent() const;
 
-  // Queues `work` and returns at once.
+  // Queues `work` and returns at once. An exception that leaves asynchronous
+  // work ends the process, as an uncaught exception on any thread does.
   void async(std::function<void()> work) const;
   // As `async`, with the group entered now and left when `work` has run.
   void async(const DispatchGroup& group, std::function<void()> work) const;

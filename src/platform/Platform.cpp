@@ -3,13 +3,21 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <list>
+#include <mutex>
 
 namespace platform {
 
 namespace {
-// Kept alive for the whole process: objects made from one platform may still
-// be used by queues while another is installed (tests do that).
+// Every platform ever installed stays alive for the whole process: objects
+// made from one may still be used by queues while another is installed (tests
+// do that). The list keeps them reachable, so they are not leaks.
 std::atomic<const Platform*> installed{nullptr};
+std::mutex installing;
+std::list<Platform>& installedPlatforms() {
+  static auto* all = new std::list<Platform>();
+  return *all;
+}
 }  // namespace
 
 const Platform& current() {
@@ -22,8 +30,10 @@ const Platform& current() {
 }
 
 void install(Platform platform) {
-  // Deliberately never freed: see above.
-  installed.store(new Platform(std::move(platform)), std::memory_order_release);
+  std::lock_guard lock(installing);
+  auto& all = installedPlatforms();
+  all.push_back(std::move(platform));
+  installed.store(&all.back(), std::memory_order_release);
 }
 
 }  // namespace platform

@@ -29,8 +29,10 @@ TaskLines decodeOutputLines(std::string_view bytes);
 // Runs the program at `launchPath` (a Mac path) with `arguments`, its standard
 // output and error mixed into one pipe in the order written, waits without
 // limit for its end and for the last byte of its output, then calls
-// `completion` (if any) with the task and the lines. A program that cannot be
-// started gives absent lines. Gives the task back.
+// `completion` (if any) with the task and the lines. The output is complete
+// when every process holding the pipe has closed it, so a background process
+// that the program leaves behind with the pipe keeps the run waiting. A
+// program that cannot be started gives absent lines. Gives the task back.
 std::shared_ptr<platform::Task> runCommand(const std::string& launchPath,
                                            const std::vector<std::string>& arguments,
                                            const TaskCompletion& completion = {});

@@ -172,8 +172,10 @@ TEST_F(TaskShellTest, RunsFromManyThreadsAtOnce) {
 TEST_F(TaskShellTest, TmutilGivesStandardOutputOnly) {
   machine.writeScript("/usr/bin/tmutil",
                       "echo \"[Included]   $2\"\necho 'tmutil: this goes to the tool' >&2\necho \"$1\"\n");
-  EXPECT_EQ(runTmutil({"isexcluded", "/Volumes/Backup"}),
-            (Lines{"[Included]   /Volumes/Backup", "isexcluded", ""}));
+  testing::internal::CaptureStderr();
+  auto lines = runTmutil({"isexcluded", "/Volumes/Backup"});
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "tmutil: this goes to the tool\n");
+  EXPECT_EQ(lines, (Lines{"[Included]   /Volumes/Backup", "isexcluded", ""}));
   EXPECT_TRUE(log->entries().empty());
 }
 
