@@ -2,6 +2,8 @@
 
 #include <functional>
 
+#include "logging/Log.h"
+#include "platform/Bookmarks.h"
 #include "platform/FileManager.h"
 #include "platform/Platform.h"
 #include "platform/URLResources.h"
@@ -9,6 +11,11 @@
 #include "volumes/cv_disk_volume.h"
 
 using platform::current;
+
+namespace {
+// The resource key the bookmark of an image keeps besides its URL.
+constexpr std::string_view kLocalizedNameKey = "NSURLLocalizedNameKey";
+}  // namespace
 
 std::string pathExtension(const std::string& fileName) {
   auto dot = fileName.rfind('.');
@@ -113,4 +120,30 @@ bool operator<(const CVDiskImageFile& a, const CVDiskImageFile& b) {
   auto left = a.path();
   auto right = b.path();
   return (left ? left->absoluteString() : "") < (right ? right->absoluteString() : "");
+}
+
+std::shared_ptr<CVDiskImageFile> CVDiskImageFile::initWithBookmark(const platform::Bytes& bookmark) {
+  bool isStale = false;
+  auto resolved = current().bookmarks->resolvingBookmarkData(bookmark, isStale);
+  if (!resolved) {
+    diskLog().error("Failed to deserialize CVDiskImage bookmark data due to error \u201C" +
+                    resolved.error().localizedDescription + "\u201D, isStale = " +
+                    (isStale ? "true" : "false"));
+    return nullptr;
+  }
+  return init(*resolved);
+}
+
+std::optional<platform::Bytes> CVDiskImageFile::bookmark() const {
+  auto url = path();
+  if (!url) {
+    diskLog().error("CVDiskImageFile bookmark creation failed - alias is nil");
+    return std::nullopt;
+  }
+  auto data = current().bookmarks->bookmarkData(*url, 0, {std::string(kLocalizedNameKey)}, {});
+  if (!data) {
+    diskLog().error("CVDiskImageFile bookmark creation failed: " + data.error().localizedDescription);
+    return std::nullopt;
+  }
+  return *data;
 }

@@ -1,0 +1,135 @@
+// Disk image files: what they answer from their path, and the predicted mount
+// points.
+#include "volumes/cv_disk_image_file.h"
+
+#include <fstream>
+#include <iterator>
+
+#include <gtest/gtest.h>
+
+#include "support/machine_builder.h"
+#include "volumes/volume_machines.h"
+
+using namespace volumetest;
+
+namespace {
+std::shared_ptr<CVDiskImageFile> image(const std::string& path) {
+  return CVDiskImageFile::init(platform::URL::fileURLWithPath(path, false));
+}
+}  // namespace
+
+TEST(CVDiskImageFileNameTest, ExtensionsAndWritability) {
+  EXPECT_EQ(image("/Users/ada/Backup.sparseimage")->name(), "Backup");
+  EXPECT_TRUE(image("/Users/ada/Backup.sparseimage")->isWritable());
+  EXPECT_FALSE(image("/Users/ada/Backup.dmg")->isWritable());
+  EXPECT_TRUE(image("/Users/ada/Backup.DMG")->isWritable());
+  EXPECT_EQ(image("/Users/ada/My.Backup.dmg")->name(), "My.Backup");
+  EXPECT_EQ(image("/Users/ada/.dmg")->name(), ".dmg");
+  EXPECT_TRUE(image("/Users/ada/.dmg")->isWritable());
+
+  auto file = image("/Users/ada/Backup.dmg");
+  EXPECT_TRUE(file->isDiskImage());
+  EXPECT_TRUE(file->isUnMountable());
+  EXPECT_FALSE(file->isBootVolume());
+  EXPECT_FALSE(file->isTimeMachineVolume());
+  EXPECT_FALSE(file->isForeignFileSystem());
+  EXPECT_EQ(file->imagePath(), file->path());
+  file->setPath(std::nullopt);
+  EXPECT_TRUE(file->isWritable());
+  EXPECT_FALSE(file->mountPath());
+}
+
+TEST(CVDiskImageFileNameTest, IdentityAndOrder) {
+  auto a = image("/Users/ada/A.dmg");
+  auto b = image("/Users/ada/B.dmg");
+  auto a2 = image("/Users/ada/A.dmg");
+  EXPECT_TRUE(a->isEqual(*a));
+  EXPECT_FALSE(a->isEqual(*a2));  // identity, not the path
+  EXPECT_EQ(a->hash(), a2->hash());
+  EXPECT_TRUE(*a < *b);
+  EXPECT_FALSE(*b < *a);
+  EXPECT_FALSE(*a < *a2);
+}
+
+class CVDiskImageFileTest : public ::testing::Test {
+ protected:
+  testsupport::MachineBuilder machine;
+};
+
+TEST_F(CVDiskImageFileTest, MountPathCountsVolumesNamedLikeTheImage) {
+  json backup = mounted(slice("disk4s1", "Backup", "hfs"), "/Volumes/Backup/", "Mac OS Extended");
+  json backup1 = mounted(slice("disk4s2", "Backup 1", "hfs"), "/Volumes/Backup 1/", "Mac OS Extended");
+  backup1["da"]["DAVolumePath"] = url("file:///Volumes/Backup%201/");
+  json backups = mounted(slice("disk4s3", "Backups", "hfs"), "/Volumes/Backups/", "Mac OS Extended");
+  json mountedImage = mounted(slice("disk5s1", "Backup", "hfs"), "/Volumes/Backup 2/", "Mac OS Extended");
+  mountedImage["da"]["DAVolumePath"] = url("file:///Volumes/Backup%202/");
+  mountedImage["ioParents"] = {{{"DiskImageURL", "file:///Users/ada/Backup.dmg"}}};
+  json gone = mounted(slice("disk4s4", "Backup Old", "hfs"), "/Volumes/Backup Old/", "Mac OS Extended");
+  gone["da"]["DAVolumePath"] = url("file:///Volumes/Backup%20Old/");
+  json macData = mounted(slice("disk6s1", "Mac - Data", "apfs"), "/Volumes/Mac - Data/", "APFS");
+  macData["da"]["DAVolumePath"] = url("file:///Volumes/Mac%20-%20Data/");
+  machine.json({{"media", {backup, backup1, backups, mountedImage, gone, macData}}})
+      .directory("/Volumes/Backup")
+      .directory("/Volumes/Backup 1")
+      .directory("/Volumes/Backups")
+      .directory("/Volumes/Backup 2")
+      .directory("/Volumes/Mac - Data")
+      .file("/Users/ada/Backup.dmg", "image");
+  machine.install();
+
+  // Backup, Backup 1 and Backups count; the image's own mount and the
+  // vanished mount do not.
+  EXPECT_EQ(image("/Users/ada/Backup.dmg")->mountPath(), "/Volumes/Backup 3");
+  EXPECT_EQ(image("/Users/ada/Other.dmg")->mountPath(), "/Volumes/Other");
+  EXPECT_EQ(image("/Users/ada/Mac.sparseimage")->predictedDataVolumeMountPath(), "/Volumes/Mac - Data 1");
+  EXPECT_EQ(image("/Users/ada/Solo.sparseimage")->predictedDataVolumeMountPath(), "/Volumes/Solo - Data");
+}
+
+TEST_F(CVDiskImageFileTest, TextsAndReadiness) {
+  machine.file("/Users/ada/Project Files.dmg", "image");
+  machine.install();
+  auto present = image("/Users/ada/Project Files.dmg");
+  EXPECT_TRUE(present->isReady());
+  EXPECT_EQ(present->info(),
+            "CVDiskImageFile \n"
+            "   Image Name            : Project Files \n"
+            "   Image Path            : file:///Users/ada/Project%20Files.dmg\n"
+            "   Ready                 : YES");
+  EXPECT_EQ(present->description(), "Disk Image: Project Files, path: /Users/ada/Project Files.dmg");
+  EXPECT_EQ(present->debugDescription(), present->description());
+
+  auto missing = image("/Users/ada/Missing.dmg");
+  EXPECT_FALSE(missing->isReady());
+  EXPECT_EQ(missing->info(),
+            "CVDiskImageFile \n"
+            "   Image Name            : Missing \n"
+            "   Image Path            : file:///Users/ada/Missing.dmg\n"
+            "   Ready                 : NO");
+}
+
+TEST_F(CVDiskImageFileTest, BookmarksRoundTripAndFailSoftly) {
+  machine.file("/Users/ada/Project.dmg", "image");
+  machine.install();
+  auto original = image("/Users/ada/Project.dmg");
+  auto blob = original->bookmark();
+  ASSERT_TRUE(blob);
+  auto restored = CVDiskImageFile::initWithBookmark(*blob);
+  ASSERT_TRUE(restored);
+  EXPECT_EQ(restored->path(), original->path());
+
+  EXPECT_FALSE(CVDiskImageFile::initWithBookmark(platform::Bytes::fromString("no bookmark")));
+  original->setPath(std::nullopt);
+  EXPECT_FALSE(original->bookmark());
+
+  std::ifstream log(machine.hostPath("/var/log/cvdiag.log"));
+  std::string lines((std::istreambuf_iterator<char>(log)), std::istreambuf_iterator<char>());
+  EXPECT_NE(lines.find("error com.tamarlin.Corvane.Volumes CVDisk: Failed to deserialize CVDiskImage "
+                       "bookmark data due to error \u201C"),
+            std::string::npos)
+      << lines;
+  EXPECT_NE(lines.find("\u201D, isStale = false\n"), std::string::npos) << lines;
+  EXPECT_NE(lines.find("error com.tamarlin.Corvane.Volumes CVDisk: CVDiskImageFile bookmark "
+                       "creation failed - alias is nil\n"),
+            std::string::npos)
+      << lines;
+}

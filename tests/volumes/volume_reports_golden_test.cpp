@@ -1,0 +1,62 @@
+// The catalogue, the duplicate UUID report, the root volume's macOS text and
+// the information blocks of the volume model, compared whole with golden
+// files over a machine that holds every kind of disk object.
+#include <algorithm>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "app/Sections.h"
+#include "volumes/cv_disk_volume.h"
+#include "volumes/volume_golden_support.h"
+
+using volumetest::CopiedMachine;
+
+class VolumeReportsGoldenTest : public ::testing::Test {
+ protected:
+  void SetUp() override { machine.install(); }
+  CopiedMachine machine{"volumes_catalogue"};
+};
+
+TEST_F(VolumeReportsGoldenTest, Catalogue) {
+  std::ostringstream out;
+  catalogueReport(out);
+  machine.expectGolden("catalogue.txt", out.str());
+}
+
+TEST_F(VolumeReportsGoldenTest, DuplicateUUIDs) {
+  std::ostringstream out;
+  duplicateUUIDReport(out);
+  machine.expectGolden("duplicate_uuids.txt", out.str());
+}
+
+TEST_F(VolumeReportsGoldenTest, RootOperatingSystem) {
+  EXPECT_EQ(rootOperatingSystemText(), "14.2.1 (23C71)");
+}
+
+TEST_F(VolumeReportsGoldenTest, InformationBlocks) {
+  // The system snapshot, its system and data volumes, an external HFS+
+  // volume, an unmounted slice, a FAT volume, a disk image, a whole disk and
+  // a vanished mount.
+  for (const char* bsdName :
+       {"disk3s1s1", "disk3s1", "disk3s5", "disk4s2", "disk4s3", "disk5s1", "disk6s1", "disk3", "disk7s1"}) {
+    auto volume = CVDiskVolume::initWithBsdName(bsdName);
+    ASSERT_TRUE(volume) << bsdName;
+    std::string info = volume->info();
+    machine.expectGolden(std::string("info/") + bsdName + ".txt", info);
+    EXPECT_EQ(std::count(info.begin(), info.end(), '\n'), 50) << bsdName;
+  }
+}
+
+TEST_F(VolumeReportsGoldenTest, DebugDescriptions) {
+  for (const char* bsdName : {"disk4s2", "disk6"}) {
+    auto volume = CVDiskVolume::initWithBsdName(bsdName);
+    ASSERT_TRUE(volume) << bsdName;
+    machine.expectGolden(std::string("debug/") + bsdName + ".txt", volume->debugDescription());
+  }
+  // The media object without a description.
+  auto disks = CVDiskVolume::localDisks();
+  ASSERT_FALSE(disks.empty());
+  ASSERT_FALSE(disks.front()->bsdName());
+  machine.expectGolden("debug/no_description.txt", disks.front()->debugDescription());
+}
