@@ -30,6 +30,9 @@ inline constexpr std::string_view NSURLVolumeSupportsExtendedSecurityKey =
     "NSURLVolumeSupportsExtendedSecurityKey";
 inline constexpr std::string_view NSURLVolumeSupportsCaseSensitiveNamesKey =
     "NSURLVolumeSupportsCaseSensitiveNamesKey";
+inline constexpr std::string_view NSURLNameKey = "NSURLNameKey";
+inline constexpr std::string_view NSURLLocalizedNameKey = "NSURLLocalizedNameKey";
+inline constexpr std::string_view NSURLIsDirectoryKey = "NSURLIsDirectoryKey";
 inline constexpr std::string_view NSURLCreationDateKey = "NSURLCreationDateKey";
 inline constexpr std::string_view NSURLContentModificationDateKey = "NSURLContentModificationDateKey";
 
@@ -44,8 +47,10 @@ class URLResources {
   // it, whether or not the file exists:
   //   NSURLVolumeURLKey — the directory file URL of the mount point;
   //   every other key — from the volume's recorded resource values.
-  // NSURLCreationDateKey and NSURLContentModificationDateKey are the file's
-  // own dates. The read fails, with the recorded text as the error's
+  // The file's own keys: NSURLCreationDateKey, NSURLContentModificationDateKey
+  // (its dates), NSURLNameKey and NSURLLocalizedNameKey (its last path
+  // component; for "/" the name of the volume mounted there, if recorded)
+  // and NSURLIsDirectoryKey; name and kind only where something exists. The read fails, with the recorded text as the error's
   // localized description, where the volume or the file is recorded to fail.
   virtual Result<Dictionary> resourceValuesForKeys(const URL& url,
                                                    const std::vector<std::string>& keys) const = 0;

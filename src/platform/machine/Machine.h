@@ -77,7 +77,8 @@ struct Machine {
 };
 
 // Reads <folder>/machine.json. The error text is one line that names the file
-// and the problem ("machine.json: media[2].da.DAVolumePath: expected a URL").
+// (as <folder>/machine.json), the place and the problem
+// ("<folder>/machine.json: media[2].da.DAVolumePath.$url: expected an absolute URL, found \"x\"").
 std::variant<std::shared_ptr<const Machine>, std::string> loadMachine(
     const std::filesystem::path& folder);
 

@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/machine/Machine.h"
+#include "platform/machine/MachineQueries.h"
 
 namespace platform::machine {
 
@@ -335,7 +336,7 @@ void readDocument(const json& root, Machine& m) {
         std::string here = key + "[\"" + f.key() + "\"]";
         if (f.key().empty() || f.key()[0] != '/')
           fail(here, "expected an absolute Mac path as the key");
-        m.files[f.key()] = readFile(f.value(), here);
+        m.files[normalizeMacPath(f.key())] = readFile(f.value(), here);
       }
     } else if (key == "failures") {
       arrayAt(value, key);

@@ -75,6 +75,13 @@ class MachineURLResources final : public URLResources {
         if (auto d = fileDates().created) values[key] = Value(*d);
       } else if (key == NSURLContentModificationDateKey) {
         if (auto d = fileDates().modified) values[key] = Value(*d);
+      } else if (key == NSURLNameKey || key == NSURLLocalizedNameKey) {
+        if (auto name = fileName(path, facts, key)) values[key] = Value(*name);
+      } else if (key == NSURLIsDirectoryKey) {
+        if (existsAtMacPath(*machine_, path)) {
+          std::error_code ec;
+          values[key] = Value(std::filesystem::is_directory(machine_->hostPath(path), ec));
+        }
       } else if (facts) {
         if (const Value* v = lookup(facts->resources, key)) values[key] = *v;
       }
@@ -83,6 +90,19 @@ class MachineURLResources final : public URLResources {
   }
 
  private:
+  // The last component of an existing path; "/" is named after its volume.
+  std::optional<std::string> fileName(const std::string& path, const VolumeFacts* facts,
+                                      std::string_view key) const {
+    if (!existsAtMacPath(*machine_, path)) return std::nullopt;
+    if (path != "/") return path.substr(path.rfind('/') + 1);
+    if (!facts) return std::nullopt;
+    const Value* name = lookup(facts->resources, key == NSURLLocalizedNameKey
+                                                     ? NSURLVolumeLocalizedNameKey
+                                                     : NSURLVolumeNameKey);
+    if (name == nullptr || name->string() == nullptr) return std::nullopt;
+    return *name->string();
+  }
+
   MachineRef machine_;
 };
 

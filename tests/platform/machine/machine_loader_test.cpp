@@ -28,7 +28,7 @@ TEST(MachineLoaderTest, ReadsEveryKeyWithTypedValues) {
     "home": "/Users/ada/",
     "bundleIdentifier": "com.tamarlin.Corvane",
     "failures": ["DASessionCreate"],
-    "files": {"/Volumes/Data/a.txt": {"created": {"$date": "2024-03-01T10:00:00Z"}, "error": "gone"}},
+    "files": {"/Volumes/Data/./a.txt/": {"created": {"$date": "2024-03-01T10:00:00Z"}, "error": "gone"}},
     "media": [
       {"da": {"DAMediaBSDName": "disk4", "DAMediaWhole": true, "DAMediaSize": 2000398934016,
               "DAMediaUUID": {"$uuid": "0b0a4f32-51c2-4d0e-9e0c-3b8a3c2d1e4f"},
@@ -166,6 +166,21 @@ TEST(MachineLoaderTest, UnreadableFoldersAndBrokenJSONAreRefusedInOneLine) {
   std::string error = loadError(broken);
   EXPECT_EQ(error.rfind(file(broken) + ": invalid JSON: parse error at line 2", 0), 0u) << error;
   EXPECT_EQ(error.find('\n'), std::string::npos);
+
+  MachineBuilder notUTF8;
+  notUTF8.jsonText("{\"home\": \"/Users/\xFF\"}");
+  error = loadError(notUTF8);
+  EXPECT_EQ(error.rfind(file(notUTF8) + ": invalid JSON: parse error at line 1", 0), 0u) << error;
+
+  MachineBuilder folderInstead;
+  std::filesystem::remove(folderInstead.folder() / "machine.json");
+  std::filesystem::create_directory(folderInstead.folder() / "machine.json");
+  EXPECT_EQ(loadError(folderInstead), file(folderInstead) + ": cannot be read (Is a directory)");
+
+  // Refused by its size before it is read (a sparse file costs nothing).
+  MachineBuilder huge;
+  std::filesystem::resize_file(huge.folder() / "machine.json", 65ull * 1024 * 1024);
+  EXPECT_EQ(loadError(huge), file(huge) + ": too large (68157440 bytes, at most 67108864)");
 
   MachineBuilder deep;
   deep.jsonText(std::string(100000, '[') + std::string(100000, ']'));

@@ -122,3 +122,16 @@ TEST_F(URLResourcesTest, FileDatesComeFromTheRecordOrFromTheHostFile) {
 
   EXPECT_TRUE(values(file("/Volumes/Data/none.txt"), dateKeys).empty());
 }
+
+TEST_F(URLResourcesTest, NamesAndKindsOfExistingItems) {
+  std::vector<std::string> keys{"NSURLNameKey", "NSURLLocalizedNameKey", "NSURLIsDirectoryKey"};
+  auto hostFile = values(file("/Volumes/Data/host.txt"), keys);
+  EXPECT_EQ(hostFile, (Dictionary{{"NSURLIsDirectoryKey", Value(false)},
+                                  {"NSURLLocalizedNameKey", Value("host.txt")},
+                                  {"NSURLNameKey", Value("host.txt")}}));
+  EXPECT_EQ(*lookup(values(dir("/Volumes/Data"), keys), NSURLIsDirectoryKey)->boolean(), true);
+  // The root is named after its volume: a localized name is recorded, a plain one is not.
+  EXPECT_EQ(values(dir("/"), keys), (Dictionary{{"NSURLIsDirectoryKey", Value(true)},
+                                                {"NSURLLocalizedNameKey", Value("Macintosh HD")}}));
+  EXPECT_TRUE(values(file("/Volumes/Data/none.txt"), keys).empty());
+}
