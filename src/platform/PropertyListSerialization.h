@@ -12,7 +12,8 @@
 // Numbers: a property list has one integer kind; integers read back as signed
 // 64-bit (so an unsigned value above the signed range reads as its two's
 // complement). URL and UUID values are written as their texts. Dates are kept
-// to the microsecond, within 68 years of 2001 (the range of 32-bit seconds).
+// within 68 years of 2001 (the range of 32-bit seconds): to the microsecond in
+// binary, to the second they fall in in XML.
 //
 // Thread safety: every operation may be called from any thread at once.
 

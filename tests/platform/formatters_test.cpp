@@ -133,10 +133,3 @@ TEST(LocaleNumberTest, PlainDigitsWithSignAndNoGrouping) {
   EXPECT_EQ(localeNumberDescription(std::uint64_t{18446744073709551615ull}), "18446744073709551615");
   EXPECT_EQ(localeNumberDescription(1234.5), "1234.5");
 }
-
-TEST(URLDescriptionTest, AbsoluteTextAndRelativePath) {
-  URL u = URL::fileURLWithPath("/Volumes/Macintosh HD", true);
-  EXPECT_EQ(urlDescription(u), "file:///Volumes/Macintosh%20HD/");
-  EXPECT_EQ(urlRelativePath(u), "/Volumes/Macintosh HD");
-  EXPECT_EQ(urlRelativePath(URL::fileURLWithPath("/", true)), "/");
-}

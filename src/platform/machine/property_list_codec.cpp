@@ -321,7 +321,11 @@ Result<Value> toValue(plist_t node, std::size_t depth) {
       std::int32_t sec = 0, usec = 0;
       plist_get_date_val(node, &sec, &usec);
       if (usec < 0 || usec >= 1000000) return fail("date out of range");
-      return Value(Date::fromReferenceDate(static_cast<double>(sec) + usec / 1e6));
+      // The library gives the whole seconds cut toward 2001 and the fraction
+      // without its sign, so a date before 2001 takes its fraction off. (In
+      // the one second before 2001 the sign is lost for good.)
+      const double fraction = usec / 1e6;
+      return Value(Date::fromReferenceDate(sec < 0 ? sec - fraction : sec + fraction));
     }
     case PLIST_ARRAY: {
       Array out;
@@ -364,7 +368,7 @@ Result<Value> toValue(plist_t node, std::size_t depth) {
 
 // ---- platform values to library values ---------------------------------------
 
-Result<PlistPtr> toPlist(const Value& value, std::size_t depth) {
+Result<PlistPtr> toPlist(const Value& value, PropertyListFormat format, std::size_t depth) {
   if (depth > kMaxPropertyListDepth) return writeError("The property list is nested too deeply to be written.");
   auto text = [](const std::string& s) -> Result<PlistPtr> {
     if (auto f = checkText(s.data(), s.size()))
@@ -390,7 +394,8 @@ Result<PlistPtr> toPlist(const Value& value, std::size_t depth) {
       if (!(s >= kMinDateSeconds && s <= kMaxDateSeconds))
         return writeError("The property list holds a date that can't be written.");
       double whole = std::floor(s);
-      auto usec = static_cast<std::int32_t>(std::llround((s - whole) * 1e6));
+      // XML holds whole seconds; give it the second the date falls in.
+      auto usec = format == PropertyListFormat::XML ? 0 : static_cast<std::int32_t>(std::llround((s - whole) * 1e6));
       auto sec = static_cast<std::int32_t>(whole);
       if (usec >= 1000000) {
         usec -= 1000000;
@@ -401,7 +406,7 @@ Result<PlistPtr> toPlist(const Value& value, std::size_t depth) {
     case Value::Kind::List: {
       PlistPtr array(plist_new_array());
       for (const Value& item : *value.array()) {
-        auto p = toPlist(item, depth + 1);
+        auto p = toPlist(item, format, depth + 1);
         if (!p) return p.error();
         plist_array_append_item(array.get(), std::move(p).value().release());
       }
@@ -412,7 +417,7 @@ Result<PlistPtr> toPlist(const Value& value, std::size_t depth) {
       for (const auto& [key, item] : *value.dictionary()) {
         if (auto f = checkText(key.data(), key.size()))
           return writeError("The property list holds a key that can't be written: " + f->localizedDescription);
-        auto p = toPlist(item, depth + 1);
+        auto p = toPlist(item, format, depth + 1);
         if (!p) return p.error();
         plist_dict_set_item(dict.get(), key.c_str(), std::move(p).value().release());
       }
@@ -487,7 +492,7 @@ Result<Value> decodePropertyList(std::span<const std::uint8_t> bytes) {
 }
 
 Result<Bytes> encodePropertyList(const Value& value, PropertyListFormat format) {
-  auto root = toPlist(value, 0);
+  auto root = toPlist(value, format, 0);
   if (!root) return root.error();
   char* out = nullptr;
   std::uint32_t length = 0;

@@ -89,7 +89,7 @@ class BinaryPlistBuilder {
 
  private:
   static void appendBE(std::vector<std::uint8_t>& o, std::uint64_t v, std::size_t n) {
-    for (std::size_t i = n; i-- > 0;) o.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
+    for (std::size_t i = n; i-- > 0;) o.push_back(i >= 8 ? 0 : static_cast<std::uint8_t>(v >> (8 * i)));
   }
   static void marker(std::vector<std::uint8_t>& o, std::uint8_t type, std::size_t n) {
     if (n < 15) {

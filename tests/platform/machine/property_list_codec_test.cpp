@@ -259,3 +259,33 @@ TEST(PropertyListCodecTest, SizeCapAndUnwritableValues) {
   EXPECT_FALSE(encodePropertyList(Value(Dictionary{{std::string("k\xc3", 2), 1}}), PropertyListFormat::Binary));
   EXPECT_FALSE(encodePropertyList(Value(Date{1e13}), PropertyListFormat::Binary));
 }
+
+TEST(PropertyListCodecTest, XMLTextThatIsNotUTF8OrHoldsNULIsRefused) {
+  auto doc = [](const std::string& text) {
+    return "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>k</key><string>" + text +
+           "</string></dict></plist>";
+  };
+  EXPECT_FALSE(decode(doc("bad \xff\xfe bytes")));
+  EXPECT_FALSE(decode(doc("\xc3")));
+  auto withReference = decode(doc("a&#0;b"));
+  if (withReference) {
+    const std::string* s = lookup(*withReference->dictionary(), "k")->string();
+    ASSERT_NE(s, nullptr);
+    EXPECT_EQ(s->find('\0'), std::string::npos);
+  }
+  auto keyed = decode(std::string("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>\xff</key><true/></dict></plist>"));
+  EXPECT_FALSE(keyed);
+}
+
+TEST(PropertyListCodecTest, DatesBeforeTheReferenceDateKeepTheirFraction) {
+  for (double s : {-100.25, -1.5, -978307200.0, 0.75, 12345.000001}) {
+    Value date(Date::fromReferenceDate(s));
+    for (auto format : {PropertyListFormat::Binary, PropertyListFormat::XML}) {
+      auto back = decodePropertyList(encodePropertyList(date, format)->bytes());
+      ASSERT_TRUE(back) << s;
+      // XML keeps the second the date falls in.
+      double expected = format == PropertyListFormat::XML ? std::floor(s) : s;
+      EXPECT_NEAR(back->date()->secondsSinceReferenceDate(), expected, 1e-6) << s << " " << static_cast<int>(format);
+    }
+  }
+}

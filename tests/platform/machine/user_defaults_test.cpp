@@ -6,16 +6,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fstream>
 #include <random>
 #include <thread>
 
 #include "platform/machine/Factories.h"
 #include "platform/machine/PropertyListCodec.h"
-#include "platform/machine/ScratchFolder.h"
+#include "support/machine_builder.h"
 
 using namespace platform;
 using namespace platform::machine;
-using cvdiag_test::ScratchFolder;
+using testsupport::MachineBuilder;
 
 namespace {
 
@@ -25,8 +26,13 @@ std::string xmlDomain(const Dictionary& d) {
   return std::string(encodePropertyList(Value(d), PropertyListFormat::XML)->asStringView());
 }
 
-Dictionary fileValues(const ScratchFolder& folder, const std::string& macPath) {
-  auto v = readPropertyListFile(folder.path() / macPath.substr(1));
+std::string fileText(const MachineBuilder& m, const std::string& macPath) {
+  std::ifstream in(m.hostPath(macPath), std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+Dictionary fileValues(const MachineBuilder& m, const std::string& macPath) {
+  auto v = readPropertyListFile(m.hostPath(macPath));
   if (!v) ADD_FAILURE() << macPath << ": " << v.error().localizedDescription;
   if (!v || !v->dictionary()) return {};
   return *v->dictionary();
@@ -52,41 +58,45 @@ int waitFor(pid_t pid) {
 }  // namespace
 
 TEST(UserDefaultsTest, StandardDomainIsTheBundleIdentifierOrCVDiag) {
-  ScratchFolder folder;
-  auto bare = makeMachineUserDefaults(folder.machine());
+  MachineBuilder folder;
+  folder.json({{"home", "/Users/ada"}});
+  auto bare = makeMachineUserDefaults(folder.load());
   ASSERT_TRUE(bare->standardUserDefaults()->setObject(Value(1), "k"));
   EXPECT_EQ(fileValues(folder, "/Users/ada/Library/Preferences/CVDiag.plist"), (Dictionary{{"k", 1}}));
   EXPECT_EQ(bare->standardUserDefaults(), bare->standardUserDefaults());
 
-  auto app = makeMachineUserDefaults(folder.machine("/Users/ada", "com.tamarlin.Corvane"));
+  folder.json({{"home", "/Users/ada"}, {"bundleIdentifier", "com.tamarlin.Corvane"}});
+  auto app = makeMachineUserDefaults(folder.load());
   ASSERT_TRUE(app->standardUserDefaults()->setObject(Value("v"), "k"));
   EXPECT_EQ(fileValues(folder, kDomain), (Dictionary{{"k", "v"}}));
-  EXPECT_EQ(folder.read(kDomain).substr(0, 8), "bplist00");
+  EXPECT_EQ(fileText(folder, kDomain).substr(0, 8), "bplist00");
 }
 
 TEST(UserDefaultsTest, SuitesOpenOnlyForFileNamesAndCreateNothingUntilWritten) {
-  ScratchFolder folder;
-  auto store = makeMachineUserDefaults(folder.machine());
+  MachineBuilder folder;
+  folder.json({{"home", "/Users/ada"}});
+  auto store = makeMachineUserDefaults(folder.load());
   for (const char* bad : {"", ".", "..", "a/b", "../x"}) EXPECT_EQ(store->initWithSuiteName(bad), nullptr) << bad;
   EXPECT_EQ(store->initWithSuiteName(std::string("a\0b", 3)), nullptr);
 
   auto suite = store->initWithSuiteName("com.tamarlin.Corvane!");
   ASSERT_NE(suite, nullptr);
   EXPECT_FALSE(suite->objectForKey("CVDiskKnownVolumes"));
-  EXPECT_FALSE(std::filesystem::exists(folder.path() / "Users"));
+  EXPECT_FALSE(std::filesystem::exists(folder.hostPath("/Users")));
   ASSERT_TRUE(suite->setObject(Value(Dictionary{}), "CVDiskKnownVolumes"));
   EXPECT_EQ(fileValues(folder, "/Users/ada/Library/Preferences/com.tamarlin.Corvane!.plist"),
             (Dictionary{{"CVDiskKnownVolumes", Dictionary{}}}));
 }
 
 TEST(UserDefaultsTest, WritesKeepOtherKeysAndTheFileModeAndReadXML) {
-  ScratchFolder folder;
+  MachineBuilder folder;
+  folder.json({{"home", "/Users/ada"}});
   Dictionary registry{{"8F6E6D7A-1B2C-4D3E-9F40-0A1B2C3D4E5F", Bytes::fromString("blob")}};
-  folder.write(kDomain, xmlDomain({{"CVDiskKnownVolumes", registry}, {"Other", "keep me"}, {"N", -3}}));
-  auto host = folder.path() / std::string(kDomain).substr(1);
+  folder.file(kDomain, xmlDomain({{"CVDiskKnownVolumes", registry}, {"Other", "keep me"}, {"N", -3}}));
+  auto host = folder.hostPath(kDomain);
   ::chmod(host.c_str(), 0640);
 
-  auto suite = makeMachineUserDefaults(folder.machine())->initWithSuiteName("com.tamarlin.Corvane");
+  auto suite = makeMachineUserDefaults(folder.load())->initWithSuiteName("com.tamarlin.Corvane");
   EXPECT_EQ(suite->dictionaryForKey("CVDiskKnownVolumes"), registry);
   EXPECT_FALSE(suite->dictionaryForKey("Other"));
   EXPECT_EQ(suite->objectForKey("N"), Value(-3));
@@ -101,9 +111,10 @@ TEST(UserDefaultsTest, WritesKeepOtherKeysAndTheFileModeAndReadXML) {
 }
 
 TEST(UserDefaultsTest, ReadersSeeWhatAnotherWriterStored) {
-  ScratchFolder folder;
-  auto reader = makeMachineUserDefaults(folder.machine())->initWithSuiteName("d");
-  auto writer = makeMachineUserDefaults(folder.machine())->initWithSuiteName("d");
+  MachineBuilder folder;
+  folder.json({{"home", "/Users/ada"}});
+  auto reader = makeMachineUserDefaults(folder.load())->initWithSuiteName("d");
+  auto writer = makeMachineUserDefaults(folder.load())->initWithSuiteName("d");
   EXPECT_FALSE(reader->objectForKey("k"));
   ASSERT_TRUE(writer->setObject(Value("first"), "k"));
   EXPECT_EQ(reader->objectForKey("k"), Value("first"));
@@ -121,26 +132,28 @@ TEST(UserDefaultsTest, AnUnreadableDomainFileIsNeverReplaced) {
       xmlDomain({}).replace(xmlDomain({}).find("<dict/>"), 7, "<array><string>a</string></array>"),
   };
   for (const auto& content : hostile) {
-    ScratchFolder folder;
-    folder.write(kDomain, content);
-    auto suite = makeMachineUserDefaults(folder.machine())->initWithSuiteName("com.tamarlin.Corvane");
+    MachineBuilder folder;
+  folder.json({{"home", "/Users/ada"}});
+    folder.file(kDomain, content);
+    auto suite = makeMachineUserDefaults(folder.load())->initWithSuiteName("com.tamarlin.Corvane");
     EXPECT_FALSE(suite->objectForKey("CVDiskKnownVolumes"));
     EXPECT_FALSE(suite->setObject(Value(Dictionary{}), "CVDiskKnownVolumes"));
     EXPECT_FALSE(suite->removeObjectForKey("Other"));
-    EXPECT_EQ(folder.read(kDomain), content);
+    EXPECT_EQ(fileText(folder, kDomain), content);
     // The process still sees its own write.
     EXPECT_EQ(suite->dictionaryForKey("CVDiskKnownVolumes"), Dictionary{});
   }
 }
 
 TEST(UserDefaultsTest, ConcurrentThreadsKeepEveryKey) {
-  ScratchFolder folder;
+  MachineBuilder folder;
+  folder.json({{"home", "/Users/ada"}});
   constexpr int kThreads = 4, kKeys = 15;
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&folder, t] {
       // A store of its own, as another process would have.
-      auto suite = makeMachineUserDefaults(folder.machine())->initWithSuiteName("shared");
+      auto suite = makeMachineUserDefaults(folder.load())->initWithSuiteName("shared");
       for (int k = 0; k < kKeys; ++k) EXPECT_TRUE(suite->setObject(Value(k), "t" + std::to_string(t) + "k" + std::to_string(k)));
     });
   }
@@ -150,11 +163,12 @@ TEST(UserDefaultsTest, ConcurrentThreadsKeepEveryKey) {
 }
 
 TEST(UserDefaultsTest, TwoWriterProcessesBothKeepTheirKeys) {
-  ScratchFolder folder;
+  MachineBuilder folder;
+  folder.json({{"home", "/Users/ada"}});
   constexpr int kKeys = 30;
   auto writer = [&folder](const std::string& prefix) {
     return [&folder, prefix] {
-      auto suite = makeMachineUserDefaults(folder.machine())->initWithSuiteName("shared");
+      auto suite = makeMachineUserDefaults(folder.load())->initWithSuiteName("shared");
       for (int k = 0; k < kKeys; ++k)
         if (!suite->setObject(Value(k), prefix + std::to_string(k))) ::_exit(1);
     };
@@ -169,19 +183,20 @@ TEST(UserDefaultsTest, TwoWriterProcessesBothKeepTheirKeys) {
 }
 
 TEST(UserDefaultsTest, AWriterKilledAtAnyMomentLeavesTheOldOrTheNewFileWhole) {
-  ScratchFolder folder;
+  MachineBuilder folder;
+  folder.json({{"home", "/Users/ada"}});
   const std::string domain = "/Users/ada/Library/Preferences/killed.plist";
   // Each record holds its number in two places; a torn file could not parse,
   // and a mixed one would disagree with itself.
   auto record = [](int n) {
     return Value(Dictionary{{"n", n}, {"blob", Bytes(std::vector<std::uint8_t>(300000, static_cast<std::uint8_t>(n)))}});
   };
-  ASSERT_TRUE(makeMachineUserDefaults(folder.machine())->initWithSuiteName("killed")->setObject(record(0), "record"));
+  ASSERT_TRUE(makeMachineUserDefaults(folder.load())->initWithSuiteName("killed")->setObject(record(0), "record"));
   std::mt19937 random(7);
   int lastSeen = 0;
   for (int round = 0; round < 12; ++round) {
     pid_t child = spawn([&] {
-      auto suite = makeMachineUserDefaults(folder.machine())->initWithSuiteName("killed");
+      auto suite = makeMachineUserDefaults(folder.load())->initWithSuiteName("killed");
       for (int n = lastSeen + 1;; ++n) suite->setObject(record(n % 250), "record");
     });
     ::usleep(2000 + random() % 40000);
@@ -199,7 +214,7 @@ TEST(UserDefaultsTest, AWriterKilledAtAnyMomentLeavesTheOldOrTheNewFileWhole) {
     lastSeen = static_cast<int>(*n);
   }
   // The next write clears what killed writers left behind.
-  ASSERT_TRUE(makeMachineUserDefaults(folder.machine())->initWithSuiteName("killed")->setObject(Value(1), "after"));
-  for (const auto& entry : std::filesystem::directory_iterator(folder.path() / "Users/ada/Library/Preferences"))
+  ASSERT_TRUE(makeMachineUserDefaults(folder.load())->initWithSuiteName("killed")->setObject(Value(1), "after"));
+  for (const auto& entry : std::filesystem::directory_iterator(folder.hostPath("/Users/ada/Library/Preferences")))
     EXPECT_EQ(entry.path().filename().string().find(".killed.plist.tmp-"), std::string::npos) << entry.path();
 }
