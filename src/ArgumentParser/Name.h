@@ -1,6 +1,6 @@
 #pragma once
 // The name of a named argument (`--name`, `-c`, `-name`) and the
-// specification from which a declaration's names are made.
+// set of name elements from which a declaration's names are made.
 
 #include <cstddef>
 #include <optional>
@@ -104,7 +104,7 @@ struct InvertedNames {
   std::vector<Name> enabling;
   std::vector<Name> inverted;
 };
-InvertedNames makeInvertedNames(const NameSpecification& specification, std::string_view keyName,
+InvertedNames makeInvertedNames(const NameSpecification& nameSpec, std::string_view keyName,
                                 FlagInversion inversion);
 
 }  // namespace ArgumentParser

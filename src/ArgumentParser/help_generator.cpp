@@ -96,10 +96,10 @@ std::string hangingIndent(const std::string& text) {
 // --- the command stack --------------------------------------------------------
 
 std::vector<Name> helpNames(const CommandStack& stack, ArgumentVisibility visibility) {
-  std::optional<NameSpecification> specification;
-  for (auto it = stack.rbegin(); it != stack.rend() && !specification; ++it)
-    specification = (*it)->configuration().helpNames;
-  auto names = specification.value_or(NameSpecification::shortAndLong()).makeNames("help");
+  std::optional<NameSpecification> nameSpec;
+  for (auto it = stack.rbegin(); it != stack.rend() && !nameSpec; ++it)
+    nameSpec = (*it)->configuration().helpNames;
+  auto names = nameSpec.value_or(NameSpecification::shortAndLong()).makeNames("help");
   if (visibility != ArgumentVisibility::default_) {
     const std::string suffix = visibility == ArgumentVisibility::hidden ? "-hidden" : "-private";
     std::vector<Name> changed;

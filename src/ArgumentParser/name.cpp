@@ -105,11 +105,11 @@ std::string prefixedCustomName(const std::string& prefix, const std::string& nam
   return prefix + "-" + name;
 }
 
-std::vector<Name> prefixedNames(const NameSpecification& specification, std::string_view keyName,
+std::vector<Name> prefixedNames(const NameSpecification& nameSpec, std::string_view keyName,
                                 const std::string& prefix) {
   using R = NameSpecification::Element::Representation;
   std::vector<Name> names;
-  for (const auto& element : specification.elements()) {
+  for (const auto& element : nameSpec.elements()) {
     switch (element.representation) {
       case R::long_:
         names.push_back(Name::makeLong(convertedToSnakeCase(prefix + capitalized(keyName))));
@@ -135,24 +135,24 @@ std::vector<Name> NameSpecification::makeNames(std::string_view keyName) const {
   return names;
 }
 
-InvertedNames makeInvertedNames(const NameSpecification& specification, std::string_view keyName,
+InvertedNames makeInvertedNames(const NameSpecification& nameSpec, std::string_view keyName,
                                 FlagInversion inversion) {
   switch (inversion) {
     case FlagInversion::prefixedNo:
-      return {specification.makeNames(keyName), prefixedNames(specification, keyName, "no")};
+      return {nameSpec.makeNames(keyName), prefixedNames(nameSpec, keyName, "no")};
     case FlagInversion::prefixedEnableDisable: {
       // The enabling names: short names as declared, long names prefixed.
       std::vector<Name> enabling;
       using R = NameSpecification::Element::Representation;
-      auto prefixed = prefixedNames(specification, keyName, "enable");
+      auto prefixed = prefixedNames(nameSpec, keyName, "enable");
       std::size_t next = 0;
-      for (const auto& element : specification.elements()) {
+      for (const auto& element : nameSpec.elements()) {
         if (element.representation == R::short_ || element.representation == R::customShort)
           enabling.push_back(makeName(element, keyName));
         else
           enabling.push_back(prefixed[next++]);
       }
-      return {enabling, prefixedNames(specification, keyName, "disable")};
+      return {enabling, prefixedNames(nameSpec, keyName, "disable")};
     }
   }
   return {};
