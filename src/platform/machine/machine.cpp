@@ -1,24 +1,14 @@
 #include "platform/machine/Machine.h"
 
+#include "platform/machine/MachineQueries.h"
+
 namespace platform::machine {
 
 std::filesystem::path Machine::hostPath(std::string_view macPath) const {
-  // Normalise lexically so that ".." stops at the Mac's "/".
-  std::vector<std::string> parts;
-  std::string_view rest = macPath;
-  while (!rest.empty()) {
-    auto slash = rest.find('/');
-    std::string_view part = rest.substr(0, slash);
-    rest = slash == std::string_view::npos ? std::string_view() : rest.substr(slash + 1);
-    if (part.empty() || part == ".") continue;
-    if (part == "..") {
-      if (!parts.empty()) parts.pop_back();
-      continue;
-    }
-    parts.emplace_back(part);
-  }
+  // Lexically normalised, so ".." stops at the Mac's "/".
+  std::string normal = normalizeMacPath(macPath);
   std::filesystem::path result = folder;
-  for (const auto& p : parts) result /= p;
+  if (normal != "/") result /= std::string_view(normal).substr(1);
   return result;
 }
 
