@@ -6,45 +6,19 @@
 
 using namespace platform;
 
-TEST(ByteCountFileStyleTest, SmallCountsAreBytesAndZeroIsZeroKB) {
-  EXPECT_EQ(byteCountFileStyle(0), "Zero KB");
-  EXPECT_EQ(byteCountFileStyle(1), "1 byte");
-  EXPECT_EQ(byteCountFileStyle(2), "2 bytes");
-  EXPECT_EQ(byteCountFileStyle(999), "999 bytes");
-  EXPECT_EQ(byteCountFileStyle(-1), "-1 byte");
-  EXPECT_EQ(byteCountFileStyle(-999), "-999 bytes");
-}
-
-TEST(ByteCountFileStyleTest, RoundsHalfAwayFromZeroPerUnitAndMovesUpAtAThousand) {
+TEST(ByteCountFileStyleTest, BytesBelowAThousandThenRoundsHalfAwayFromZeroPerUnit) {
   struct Case {
     std::int64_t bytes;
     const char* text;
   } cases[] = {
-      {1000, "1 KB"},
-      {1499, "1 KB"},
-      {1500, "2 KB"},
-      {999499, "999 KB"},
+      {0, "Zero KB"}, {1, "1 byte"}, {2, "2 bytes"}, {999, "999 bytes"}, {-1, "-1 byte"}, {-999, "-999 bytes"},
       {999500, "1 MB"},  // 999.5 KB rounds to 1000 KB
-      {1000000, "1 MB"},
-      {1049999, "1 MB"},
-      {1050000, "1.1 MB"},
-      {123456789, "123.5 MB"},
-      {999949999, "999.9 MB"},
-      {999950000, "1 GB"},
-      {1234567890, "1.23 GB"},
-      {1235000000, "1.24 GB"},
-      {1205000000, "1.21 GB"},
-      {1200000000, "1.2 GB"},
-      {5000000000, "5 GB"},
-      {999995000000, "1 TB"},
-      {1500000000000, "1.5 TB"},
-      {1999859621888, "2 TB"},
-      {2000398934016, "2 TB"},
-      {1010000000000000, "1.01 PB"},
-      {std::numeric_limits<std::int64_t>::max(), "9.22 EB"},
-      {-1500, "-2 KB"},
-      {-5000000000, "-5 GB"},
-      {std::numeric_limits<std::int64_t>::min(), "-9.22 EB"},
+      {1000, "1 KB"}, {1499, "1 KB"}, {1500, "2 KB"}, {999499, "999 KB"}, {1049999, "1 MB"},
+      {1050000, "1.1 MB"}, {123456789, "123.5 MB"}, {999949999, "999.9 MB"}, {999950000, "1 GB"},
+      {1234567890, "1.23 GB"}, {1235000000, "1.24 GB"}, {1205000000, "1.21 GB"}, {1200000000, "1.2 GB"},
+      {5000000000, "5 GB"}, {999995000000, "1 TB"}, {1500000000000, "1.5 TB"}, {1999859621888, "2 TB"},
+      {1010000000000000, "1.01 PB"}, {std::numeric_limits<std::int64_t>::max(), "9.22 EB"}, {-1500, "-2 KB"},
+      {-5000000000, "-5 GB"}, {std::numeric_limits<std::int64_t>::min(), "-9.22 EB"},
   };
   for (const auto& c : cases) EXPECT_EQ(byteCountFileStyle(c.bytes), c.text) << c.bytes;
 }
@@ -104,32 +78,25 @@ TEST(FoundationDescriptionTest, ArraysOfDiskNamesAndTheAbsentDictionary) {
   EXPECT_EQ(foundationDescription(Value(18446744073709551615ull)), "18446744073709551615");
 }
 
-TEST(ShortestRealTest, GivesTheShortestTextThatReadsBack) {
-  EXPECT_EQ(shortestRealDescription(0.1), "0.1");
-  EXPECT_EQ(shortestRealDescription(3.0), "3");
-  EXPECT_EQ(shortestRealDescription(-2.5), "-2.5");
-  EXPECT_EQ(shortestRealDescription(1.0 / 3.0), "0.3333333333333333");
+TEST(SmallFormattersTest, ShortestRealsSwiftTextsUTCDatesAndUngroupedNumbers) {
+  const std::pair<std::string, const char*> cases[] = {
+      {shortestRealDescription(0.1), "0.1"},
+      {shortestRealDescription(3.0), "3"},
+      {shortestRealDescription(-2.5), "-2.5"},
+      {shortestRealDescription(1.0 / 3.0), "0.3333333333333333"},
+      {swiftArrayDescription({}), "[]"},
+      {swiftArrayDescription({"list", "-plist"}), "[\"list\", \"-plist\"]"},
+      {swiftArrayDescription({"a\"b", "c\\d", "e\nf"}), "[\"a\\\"b\", \"c\\\\d\", \"e\\nf\"]"},
+      {swiftDataDescription(Bytes::fromString("hello")), "5 bytes"},
+      {swiftDataDescription(Bytes()), "0 bytes"},
+      {dateDescription(Date{0}), "1970-01-01 00:00:00 +0000"},
+      {dateDescription(Date{978307200.75}), "2001-01-01 00:00:00 +0000"},
+      {dateDescription(Date{-0.5}), "1969-12-31 23:59:59 +0000"},  // fractions cut toward the past
+      {localeNumberDescription(std::int64_t{5000000000}), "5000000000"},
+      {localeNumberDescription(std::int64_t{-42}), "-42"},
+      {localeNumberDescription(std::uint64_t{18446744073709551615ull}), "18446744073709551615"},
+      {localeNumberDescription(1234.5), "1234.5"},
+  };
+  for (const auto& [got, want] : cases) EXPECT_EQ(got, want);
   EXPECT_EQ(std::stod(shortestRealDescription(0.1 + 0.2)), 0.1 + 0.2);
-}
-
-TEST(SwiftDescriptionTest, ArraysOfTextEscapeAndDataCountsBytes) {
-  EXPECT_EQ(swiftArrayDescription({}), "[]");
-  EXPECT_EQ(swiftArrayDescription({"list", "-plist"}), "[\"list\", \"-plist\"]");
-  EXPECT_EQ(swiftArrayDescription({"a\"b", "c\\d", "e\nf"}), "[\"a\\\"b\", \"c\\\\d\", \"e\\nf\"]");
-  EXPECT_EQ(swiftDataDescription(Bytes::fromString("hello")), "5 bytes");
-  EXPECT_EQ(swiftDataDescription(Bytes()), "0 bytes");
-}
-
-TEST(DateDescriptionTest, PrintsUTCAndCutsFractionsTowardThePast) {
-  EXPECT_EQ(dateDescription(Date{0}), "1970-01-01 00:00:00 +0000");
-  EXPECT_EQ(dateDescription(Date{978307200.75}), "2001-01-01 00:00:00 +0000");
-  EXPECT_EQ(dateDescription(Date{-0.5}), "1969-12-31 23:59:59 +0000");
-  EXPECT_EQ(dateDescription(*Date::fromISO8601("2024-03-01T10:00:00Z")), "2024-03-01 10:00:00 +0000");
-}
-
-TEST(LocaleNumberTest, PlainDigitsWithSignAndNoGrouping) {
-  EXPECT_EQ(localeNumberDescription(std::int64_t{5000000000}), "5000000000");
-  EXPECT_EQ(localeNumberDescription(std::int64_t{-42}), "-42");
-  EXPECT_EQ(localeNumberDescription(std::uint64_t{18446744073709551615ull}), "18446744073709551615");
-  EXPECT_EQ(localeNumberDescription(1234.5), "1234.5");
 }

@@ -58,17 +58,13 @@ class BinaryPlistBuilder {
     for (auto r : values) appendBE(o, r, refSize_);
     return raw(std::move(o));
   }
-  std::size_t count() const { return objects_.size(); }
-
   struct Trailer {
     std::uint8_t offsetSize = 8;
-    std::uint64_t objectCountDelta = 0;  // added to the real count
     std::optional<std::uint64_t> objectCount;
     std::optional<std::uint64_t> tableOffset;
   };
 
   std::vector<std::uint8_t> build(std::size_t top) const { return build(top, Trailer{}); }
-
   std::vector<std::uint8_t> build(std::size_t top, const Trailer& t) const {
     std::vector<std::uint8_t> out{'b', 'p', 'l', 'i', 's', 't', '0', '0'};
     std::vector<std::uint64_t> offsets;
@@ -81,7 +77,7 @@ class BinaryPlistBuilder {
     for (int i = 0; i < 6; ++i) out.push_back(0);
     out.push_back(t.offsetSize);
     out.push_back(refSize_);
-    appendBE(out, t.objectCount.value_or(objects_.size() + t.objectCountDelta), 8);
+    appendBE(out, t.objectCount.value_or(objects_.size()), 8);
     appendBE(out, top, 8);
     appendBE(out, t.tableOffset.value_or(table), 8);
     return out;

@@ -20,24 +20,14 @@ const std::string kMediaUUIDKey = "CVDiskVolume.volumeMediaUUIDStringKey";
 const std::string kGroupUUIDKey = "CVDiskVolume.volumeGroupUUIDStringKey";
 
 nlohmann::json backupMachine() {
-  return {{"home", "/Users/ada"},
-          {"media",
-           {{{"da",
-              {{"DAMediaBSDName", "disk4s2"},
-               {"DAVolumeName", "Backup"},
-               {"DAVolumePath", {{"$url", "file:///Volumes/Backup/"}}}}},
-             {"volume",
-              {{"resources",
-                {{"NSURLVolumeNameKey", "Backup"},
-                 {"NSURLVolumeLocalizedNameKey", "Backup"},
-                 {"NSURLVolumeUUIDStringKey", "6C1D3C57-9E54-4A6B-8D37-2C0E1F7B5A10"},
-                 {"NSURLVolumeURLForRemountingKey", {{"$url", "smb://server/Backup"}}},
-                 {"NSURLVolumeTotalCapacityKey", 1999859621888}}}}}},
-            {{"da",
-              {{"DAMediaBSDName", "disk5s1"},
-               {"DAVolumeName", "Broken"},
-               {"DAVolumePath", {{"$url", "file:///Volumes/Broken/"}}}}},
-             {"volume", {{"resourceError", "The volume is not responding."}}}}}}};
+  return nlohmann::json::parse(R"({"media": [
+    {"da": {"DAMediaBSDName": "disk4s2", "DAVolumePath": {"$url": "file:///Volumes/Backup/"}},
+     "volume": {"resources": {"NSURLVolumeNameKey": "Backup", "NSURLVolumeLocalizedNameKey": "Backup",
+                              "NSURLVolumeUUIDStringKey": "6C1D3C57-9E54-4A6B-8D37-2C0E1F7B5A10",
+                              "NSURLVolumeURLForRemountingKey": {"$url": "smb://server/Backup"},
+                              "NSURLVolumeTotalCapacityKey": 1999859621888}}},
+    {"da": {"DAMediaBSDName": "disk5s1", "DAVolumePath": {"$url": "file:///Volumes/Broken/"}},
+     "volume": {"resourceError": "The volume is not responding."}}]})");
 }
 
 std::vector<std::string> allKeys() {

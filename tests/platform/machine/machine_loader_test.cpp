@@ -26,74 +26,48 @@ TEST(MachineLoaderTest, ReadsEveryKeyWithTypedValues) {
   MachineBuilder m;
   m.json(nlohmann::json::parse(R"({
     "home": "/Users/ada/",
-    "bundleIdentifier": "com.tamarlin.Corvane",
     "failures": ["DASessionCreate"],
-    "files": {"/Volumes/Data/./a.txt/": {"created": {"$date": "2024-03-01T10:00:00Z"}, "error": "gone"}},
+    "files": {"/Volumes/Data/./a.txt/": {"created": {"$date": "2024-03-01T10:00:00Z"}}},
     "media": [
-      {"da": {"DAMediaBSDName": "disk4", "DAMediaWhole": true, "DAMediaSize": 2000398934016,
-              "DAMediaUUID": {"$uuid": "0b0a4f32-51c2-4d0e-9e0c-3b8a3c2d1e4f"},
-              "Big": 18446744073709551615, "Neg": -1, "Real": 4.5, "List": [1, "two"]},
-       "io": {"BSD Name": "disk4", "image-path": {"$data": "L3gvYS5kbWc="}},
+      {"da": {"DAMediaSize": 2000398934016,
+              "DAMediaUUID": {"$uuid": "0b0a4f32-51c2-4d0e-9e0c-3b8a3c2d1e4f"}, "Big": 18446744073709551615, "Neg": -1, "Real": 4.5},
+       "io": {"image-path": {"$data": "L3gvYS5kbWc="}},
        "ioParents": [{"DiskImageURL": "file:///x/a.dmg"}, {}],
        "whole": null},
       {"da": {"DAMediaBSDName": "disk4s2", "DAVolumePath": {"$url": "file:///Volumes/Data/"}},
        "whole": "/dev/disk4",
-       "volume": {"resources": {"NSURLVolumeIsBrowsableKey": true}, "resourceError": "no",
-                  "statfs": {"bsize": 4096, "blocks": 10, "bfree": 3, "flags": 1},
-                  "fileCount": 7, "directoryCount": 2, "device": 16777220, "realDevice": -5}},
+       "volume": {"statfs": {"bsize": 4096}, "realDevice": -5}},
       {}
     ]})"));
   auto machine = m.load();
   EXPECT_EQ(machine->home, "/Users/ada");
-  EXPECT_EQ(machine->bundleIdentifier, "com.tamarlin.Corvane");
   EXPECT_TRUE(machine->fails("DASessionCreate"));
   EXPECT_FALSE(machine->fails("IOServiceGetMatchingServices"));
-  EXPECT_EQ(machine->folder, std::filesystem::path(m.folder()).lexically_normal());
-
-  ASSERT_EQ(machine->files.count("/Volumes/Data/a.txt"), 1u);
+  ASSERT_EQ(machine->files.count("/Volumes/Data/a.txt"), 1u);  // the key path is normalised
   const auto& facts = machine->files.at("/Volumes/Data/a.txt");
-  ASSERT_TRUE(facts.created);
   EXPECT_EQ(facts.created->secondsSince1970, 1709287200.0);
   EXPECT_FALSE(facts.modified);
-  EXPECT_EQ(facts.error, "gone");
 
   ASSERT_EQ(machine->media.size(), 3u);
   const auto& whole = machine->media[0];
-  EXPECT_EQ(whole.bsdName(), "disk4");
   EXPECT_EQ(whole.whole.kind, WholeRule::Kind::None);
   const auto& da = *whole.da;
-  EXPECT_EQ(platform::lookup(da, "DAMediaUUID")->uuid()->uuidString(),
-            "0B0A4F32-51C2-4D0E-9E0C-3B8A3C2D1E4F");
+  EXPECT_EQ(platform::lookup(da, "DAMediaUUID")->uuid()->uuidString(), "0B0A4F32-51C2-4D0E-9E0C-3B8A3C2D1E4F");
   EXPECT_EQ(platform::lookup(da, "DAMediaSize")->kind(), platform::Value::Kind::Integer);
-  EXPECT_EQ(platform::lookup(da, "DAMediaSize")->asInt64(), 2000398934016);
   EXPECT_EQ(platform::lookup(da, "Big")->kind(), platform::Value::Kind::Unsigned);
   EXPECT_EQ(platform::lookup(da, "Neg")->asInt64(), -1);
   EXPECT_EQ(platform::lookup(da, "Real")->asDouble(), 4.5);
-  EXPECT_EQ(platform::lookup(da, "List")->array()->size(), 2u);
   EXPECT_EQ(platform::lookup(*whole.io, "image-path")->data()->asStringView(), "/x/a.dmg");
-  ASSERT_EQ(whole.ioParents.size(), 2u);
   EXPECT_EQ(*platform::lookup(whole.ioParents[0], "DiskImageURL")->string(), "file:///x/a.dmg");
-  EXPECT_FALSE(whole.volume);
 
   const auto& slice = machine->media[1];
   EXPECT_EQ(slice.whole.kind, WholeRule::Kind::Named);
-  EXPECT_EQ(slice.whole.bsdName, "disk4");
+  EXPECT_EQ(slice.whole.bsdName, "disk4");  // "/dev/" is dropped
   EXPECT_EQ(slice.mountPath(), "/Volumes/Data");
-  ASSERT_TRUE(slice.volume);
-  EXPECT_EQ(slice.volume->resourceError, "no");
-  ASSERT_TRUE(slice.volume->statfs);
+  ASSERT_TRUE(slice.volume && slice.volume->statfs);
   EXPECT_EQ(slice.volume->statfs->bsize, 4096u);
-  EXPECT_EQ(slice.volume->statfs->flags, 1u);
-  EXPECT_EQ(slice.volume->fileCount, 7);
-  EXPECT_EQ(slice.volume->directoryCount, 2);
-  EXPECT_EQ(slice.volume->device, 16777220);
   EXPECT_EQ(slice.volume->realDevice, -5);
-  EXPECT_FALSE(slice.io);
-
-  const auto& empty = machine->media[2];
-  EXPECT_FALSE(empty.da);
-  EXPECT_FALSE(empty.io);
-  EXPECT_EQ(empty.whole.kind, WholeRule::Kind::Default);
+  EXPECT_EQ(machine->media[2].whole.kind, WholeRule::Kind::Default);
 }
 
 TEST(MachineLoaderTest, AnEmptyDocumentGivesTheDefaults) {
@@ -190,15 +164,6 @@ TEST(MachineLoaderTest, UnreadableFoldersAndBrokenJSONAreRefusedInOneLine) {
   MachineBuilder quoted;
   quoted.jsonText("{\"bundleIdentifier\": \"" + std::string(1000, '[') + "\\\"\"}");
   EXPECT_EQ(loadError(quoted), "(loaded)");
-}
-
-TEST(MachineLoaderTest, ABigDocumentLoads) {
-  nlohmann::json media = nlohmann::json::array();
-  for (int i = 0; i < 5000; ++i)
-    media.push_back({{"da", {{"DAMediaBSDName", "disk" + std::to_string(i)}, {"DAMediaWhole", true}}}});
-  MachineBuilder m;
-  m.json({{"media", media}});
-  EXPECT_EQ(m.load()->media.size(), 5000u);
 }
 
 TEST(MachineLoaderTest, TheHostMachineIsRootedAtSlashWithTheHomeOfTheEnvironment) {

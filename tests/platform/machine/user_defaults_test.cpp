@@ -57,35 +57,26 @@ int waitFor(pid_t pid) {
 
 }  // namespace
 
-TEST(UserDefaultsTest, StandardDomainIsTheBundleIdentifierOrCVDiag) {
+TEST(UserDefaultsTest, DomainsAreNamedByBundleOrSuiteAndCreatedOnlyWhenWritten) {
   MachineBuilder folder;
   folder.json({{"home", "/Users/ada"}});
   auto bare = makeMachineUserDefaults(folder.load());
+  for (const char* bad : {"", ".", "..", "a/b", "../x"}) EXPECT_EQ(bare->initWithSuiteName(bad), nullptr) << bad;
+  EXPECT_EQ(bare->initWithSuiteName(std::string("a\0b", 3)), nullptr);
+  auto suite = bare->initWithSuiteName("com.tamarlin.Corvane!");
+  ASSERT_NE(suite, nullptr);
+  EXPECT_FALSE(suite->objectForKey("k"));
+  EXPECT_FALSE(std::filesystem::exists(folder.hostPath("/Users")));
+  ASSERT_TRUE(suite->setObject(Value(Dictionary{}), "k"));
+  EXPECT_EQ(fileValues(folder, "/Users/ada/Library/Preferences/com.tamarlin.Corvane!.plist"),
+            (Dictionary{{"k", Dictionary{}}}));
   ASSERT_TRUE(bare->standardUserDefaults()->setObject(Value(1), "k"));
   EXPECT_EQ(fileValues(folder, "/Users/ada/Library/Preferences/CVDiag.plist"), (Dictionary{{"k", 1}}));
-  EXPECT_EQ(bare->standardUserDefaults(), bare->standardUserDefaults());
 
   folder.json({{"home", "/Users/ada"}, {"bundleIdentifier", "com.tamarlin.Corvane"}});
-  auto app = makeMachineUserDefaults(folder.load());
-  ASSERT_TRUE(app->standardUserDefaults()->setObject(Value("v"), "k"));
+  ASSERT_TRUE(makeMachineUserDefaults(folder.load())->standardUserDefaults()->setObject(Value("v"), "k"));
   EXPECT_EQ(fileValues(folder, kDomain), (Dictionary{{"k", "v"}}));
   EXPECT_EQ(fileText(folder, kDomain).substr(0, 8), "bplist00");
-}
-
-TEST(UserDefaultsTest, SuitesOpenOnlyForFileNamesAndCreateNothingUntilWritten) {
-  MachineBuilder folder;
-  folder.json({{"home", "/Users/ada"}});
-  auto store = makeMachineUserDefaults(folder.load());
-  for (const char* bad : {"", ".", "..", "a/b", "../x"}) EXPECT_EQ(store->initWithSuiteName(bad), nullptr) << bad;
-  EXPECT_EQ(store->initWithSuiteName(std::string("a\0b", 3)), nullptr);
-
-  auto suite = store->initWithSuiteName("com.tamarlin.Corvane!");
-  ASSERT_NE(suite, nullptr);
-  EXPECT_FALSE(suite->objectForKey("CVDiskKnownVolumes"));
-  EXPECT_FALSE(std::filesystem::exists(folder.hostPath("/Users")));
-  ASSERT_TRUE(suite->setObject(Value(Dictionary{}), "CVDiskKnownVolumes"));
-  EXPECT_EQ(fileValues(folder, "/Users/ada/Library/Preferences/com.tamarlin.Corvane!.plist"),
-            (Dictionary{{"CVDiskKnownVolumes", Dictionary{}}}));
 }
 
 TEST(UserDefaultsTest, WritesKeepOtherKeysAndTheFileModeAndReadXML) {
@@ -110,18 +101,6 @@ TEST(UserDefaultsTest, WritesKeepOtherKeysAndTheFileModeAndReadXML) {
   EXPECT_FALSE(suite->objectForKey("N"));
 }
 
-TEST(UserDefaultsTest, ReadersSeeWhatAnotherWriterStored) {
-  MachineBuilder folder;
-  folder.json({{"home", "/Users/ada"}});
-  auto reader = makeMachineUserDefaults(folder.load())->initWithSuiteName("d");
-  auto writer = makeMachineUserDefaults(folder.load())->initWithSuiteName("d");
-  EXPECT_FALSE(reader->objectForKey("k"));
-  ASSERT_TRUE(writer->setObject(Value("first"), "k"));
-  EXPECT_EQ(reader->objectForKey("k"), Value("first"));
-  ASSERT_TRUE(writer->setObject(Value("second"), "k"));
-  EXPECT_EQ(reader->objectForKey("k"), Value("second"));
-}
-
 TEST(UserDefaultsTest, AnUnreadableDomainFileIsNeverReplaced) {
   std::string deep;
   for (int i = 0; i < 2000; ++i) deep += "<array>";
@@ -133,7 +112,7 @@ TEST(UserDefaultsTest, AnUnreadableDomainFileIsNeverReplaced) {
   };
   for (const auto& content : hostile) {
     MachineBuilder folder;
-  folder.json({{"home", "/Users/ada"}});
+    folder.json({{"home", "/Users/ada"}});
     folder.file(kDomain, content);
     auto suite = makeMachineUserDefaults(folder.load())->initWithSuiteName("com.tamarlin.Corvane");
     EXPECT_FALSE(suite->objectForKey("CVDiskKnownVolumes"));
@@ -145,10 +124,12 @@ TEST(UserDefaultsTest, AnUnreadableDomainFileIsNeverReplaced) {
   }
 }
 
-TEST(UserDefaultsTest, ConcurrentThreadsKeepEveryKey) {
+TEST(UserDefaultsTest, ConcurrentThreadsKeepEveryKeyAndReadersSeeThem) {
   MachineBuilder folder;
   folder.json({{"home", "/Users/ada"}});
   constexpr int kThreads = 4, kKeys = 15;
+  auto reader = makeMachineUserDefaults(folder.load())->initWithSuiteName("shared");
+  EXPECT_FALSE(reader->objectForKey("t3k14"));  // read before the writers: no stale copy afterwards
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&folder, t] {
@@ -158,6 +139,7 @@ TEST(UserDefaultsTest, ConcurrentThreadsKeepEveryKey) {
     });
   }
   for (auto& t : threads) t.join();
+  EXPECT_EQ(reader->objectForKey("t3k14"), Value(14));
   EXPECT_EQ(fileValues(folder, "/Users/ada/Library/Preferences/shared.plist").size(),
             static_cast<std::size_t>(kThreads * kKeys));
 }
