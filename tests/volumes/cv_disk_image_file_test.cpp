@@ -2,12 +2,8 @@
 // points.
 #include "volumes/cv_disk_image_file.h"
 
-#include <fstream>
-#include <iterator>
-
 #include <gtest/gtest.h>
 
-#include "support/machine_builder.h"
 #include "volumes/volume_machines.h"
 
 using namespace volumetest;
@@ -19,21 +15,16 @@ std::shared_ptr<CVDiskImageFile> image(const std::string& path) {
 }  // namespace
 
 TEST(CVDiskImageFileNameTest, ExtensionsAndWritability) {
-  EXPECT_EQ(image("/Users/ada/Backup.sparseimage")->name(), "Backup");
-  EXPECT_TRUE(image("/Users/ada/Backup.sparseimage")->isWritable());
-  EXPECT_FALSE(image("/Users/ada/Backup.dmg")->isWritable());
-  EXPECT_TRUE(image("/Users/ada/Backup.DMG")->isWritable());
-  EXPECT_EQ(image("/Users/ada/My.Backup.dmg")->name(), "My.Backup");
-  EXPECT_EQ(image("/Users/ada/.dmg")->name(), ".dmg");
-  EXPECT_TRUE(image("/Users/ada/.dmg")->isWritable());
+  const std::tuple<const char*, const char*, bool> cases[] = {
+      {"Backup.sparseimage", "Backup", true}, {"Backup.dmg", "Backup", false}, {"Backup.DMG", "Backup", true},
+      {"My.Backup.dmg", "My.Backup", false},  {".dmg", ".dmg", true}};
+  for (const auto& [file, name, writable] : cases) {
+    EXPECT_EQ(image(std::string("/Users/ada/") + file)->name(), name) << file;
+    EXPECT_EQ(image(std::string("/Users/ada/") + file)->isWritable(), writable) << file;
+  }
 
+  // Without a path there is no extension to forbid writing, and no mount.
   auto file = image("/Users/ada/Backup.dmg");
-  EXPECT_TRUE(file->isDiskImage());
-  EXPECT_TRUE(file->isUnMountable());
-  EXPECT_FALSE(file->isBootVolume());
-  EXPECT_FALSE(file->isTimeMachineVolume());
-  EXPECT_FALSE(file->isForeignFileSystem());
-  EXPECT_EQ(file->imagePath(), file->path());
   file->setPath(std::nullopt);
   EXPECT_TRUE(file->isWritable());
   EXPECT_FALSE(file->mountPath());
@@ -47,14 +38,10 @@ TEST(CVDiskImageFileNameTest, IdentityAndOrder) {
   EXPECT_FALSE(a->isEqual(*a2));  // identity, not the path
   EXPECT_EQ(a->hash(), a2->hash());
   EXPECT_TRUE(*a < *b);
-  EXPECT_FALSE(*b < *a);
-  EXPECT_FALSE(*a < *a2);
+  EXPECT_FALSE(*b < *a || *a < *a2);
 }
 
-class CVDiskImageFileTest : public ::testing::Test {
- protected:
-  testsupport::MachineBuilder machine;
-};
+using CVDiskImageFileTest = VolumeMachineTest;
 
 TEST_F(CVDiskImageFileTest, MountPathCountsVolumesNamedLikeTheImage) {
   json backup = mounted(slice("disk4s1", "Backup", "hfs"), "/Volumes/Backup/", "Mac OS Extended");
@@ -68,14 +55,9 @@ TEST_F(CVDiskImageFileTest, MountPathCountsVolumesNamedLikeTheImage) {
   gone["da"]["DAVolumePath"] = url("file:///Volumes/Backup%20Old/");
   json macData = mounted(slice("disk6s1", "Mac - Data", "apfs"), "/Volumes/Mac - Data/", "APFS");
   macData["da"]["DAVolumePath"] = url("file:///Volumes/Mac%20-%20Data/");
-  machine.json({{"media", {backup, backup1, backups, mountedImage, gone, macData}}})
-      .directory("/Volumes/Backup")
-      .directory("/Volumes/Backup 1")
-      .directory("/Volumes/Backups")
-      .directory("/Volumes/Backup 2")
-      .directory("/Volumes/Mac - Data")
-      .file("/Users/ada/Backup.dmg", "image");
-  machine.install();
+  machine.file("/Users/ada/Backup.dmg", "image");
+  install({backup, backup1, backups, mountedImage, gone, macData},
+          {"/Volumes/Backup", "/Volumes/Backup 1", "/Volumes/Backups", "/Volumes/Backup 2", "/Volumes/Mac - Data"});
 
   // Backup, Backup 1 and Backups count; the image's own mount and the
   // vanished mount do not.
@@ -98,13 +80,10 @@ TEST_F(CVDiskImageFileTest, TextsAndReadiness) {
   EXPECT_EQ(present->description(), "Disk Image: Project Files, path: /Users/ada/Project Files.dmg");
   EXPECT_EQ(present->debugDescription(), present->description());
 
-  auto missing = image("/Users/ada/Missing.dmg");
-  EXPECT_FALSE(missing->isReady());
-  EXPECT_EQ(missing->info(),
-            "CVDiskImageFile \n"
-            "   Image Name            : Missing \n"
-            "   Image Path            : file:///Users/ada/Missing.dmg\n"
-            "   Ready                 : NO");
+  EXPECT_FALSE(image("/Users/ada/Missing.dmg")->isReady());
+  EXPECT_EQ(image("/Users/ada/Missing.dmg")->info(),
+            "CVDiskImageFile \n   Image Name            : Missing \n"
+            "   Image Path            : file:///Users/ada/Missing.dmg\n   Ready                 : NO");
 }
 
 TEST_F(CVDiskImageFileTest, BookmarksRoundTripAndFailSoftly) {
@@ -121,15 +100,12 @@ TEST_F(CVDiskImageFileTest, BookmarksRoundTripAndFailSoftly) {
   original->setPath(std::nullopt);
   EXPECT_FALSE(original->bookmark());
 
-  std::ifstream log(machine.hostPath("/var/log/cvdiag.log"));
-  std::string lines((std::istreambuf_iterator<char>(log)), std::istreambuf_iterator<char>());
-  EXPECT_NE(lines.find("error com.tamarlin.Corvane.Volumes CVDisk: Failed to deserialize CVDiskImage "
-                       "bookmark data due to error \u201C"),
-            std::string::npos)
-      << lines;
-  EXPECT_NE(lines.find("\u201D, isStale = false\n"), std::string::npos) << lines;
-  EXPECT_NE(lines.find("error com.tamarlin.Corvane.Volumes CVDisk: CVDiskImageFile bookmark "
-                       "creation failed - alias is nil\n"),
-            std::string::npos)
-      << lines;
+  const std::string lines = logText();
+  for (const char* expected : {"error com.tamarlin.Corvane.Volumes CVDisk: Failed to deserialize CVDiskImage bookmark "
+                               "data due to error \u201C",
+                               "\u201D, isStale = false\n",
+                               "error com.tamarlin.Corvane.Volumes CVDisk: CVDiskImageFile bookmark creation failed - "
+                               "alias is nil\n"}) {
+    EXPECT_NE(lines.find(expected), std::string::npos) << expected << " in " << lines;
+  }
 }

@@ -1,27 +1,14 @@
 // Where each volume fact comes from, and what it is when no source answers.
 #include <gtest/gtest.h>
 
-#include "support/machine_builder.h"
 #include "volumes/cv_disk_volume.h"
 #include "volumes/number_text.h"
 #include "volumes/volume_machines.h"
 
 using namespace volumetest;
-
-class CVDiskVolumePropertiesTest : public ::testing::Test {
- protected:
-  CVDiskVolumeRef volume(const char* bsdName) {
-    auto made = CVDiskVolume::initWithBsdName(bsdName);
-    EXPECT_TRUE(made) << bsdName;
-    return made;
-  }
-  testsupport::MachineBuilder machine;
-};
+using CVDiskVolumePropertiesTest = VolumeMachineTest;
 
 TEST_F(CVDiskVolumePropertiesTest, FormatComesFromTheMountThenTheTypeThenTheKind) {
-  auto fat16 = mounted(slice("disk2s1", "STICK", "msdos"), "/Volumes/STICK/", "MS-DOS (FAT16)");
-  auto fat16Off = slice("disk2s2", "STICK2", "msdos");
-  auto hfsOff = slice("disk2s3", "Archive", "hfs");
   auto typed = slice("disk2s4", "Typed", "hfs");
   typed["da"]["DAVolumeType"] = "Mac OS Extended (Journaled)";
   auto nothing = slice("disk2s5", "Nothing", "hfs");
@@ -29,67 +16,66 @@ TEST_F(CVDiskVolumePropertiesTest, FormatComesFromTheMountThenTheTypeThenTheKind
   auto mountedNoFormat = mounted(slice("disk2s6", "Bare", "hfs"), "/Volumes/Bare/", "x");
   mountedNoFormat["volume"]["resources"].erase("NSURLVolumeLocalizedFormatDescriptionKey");
   mountedNoFormat["da"]["DAVolumeType"] = "Mac OS Extended";
-  machine.json({{"media", {fat16, fat16Off, hfsOff, typed, nothing, mountedNoFormat}}})
-      .directory("/Volumes/STICK")
-      .directory("/Volumes/Bare");
-  machine.install();
+  install({mounted(slice("disk2s1", "STICK", "msdos"), "/Volumes/STICK/", "MS-DOS (FAT16)"),
+           slice("disk2s2", "STICK2", "msdos"), slice("disk2s3", "Archive", "hfs"), typed, nothing, mountedNoFormat},
+          {"/Volumes/STICK", "/Volumes/Bare"});
 
-  EXPECT_EQ(volume("disk2s1")->volumeFormatDescription(), "MS-DOS (FAT16)");
-  EXPECT_EQ(volume("disk2s1")->volumePersonality(), "MS-DOS FAT16");
-  EXPECT_EQ(volume("disk2s2")->volumeFormatDescription(), "MS-DOS (FAT32)");
-  EXPECT_EQ(volume("disk2s2")->volumePersonality(), "MS-DOS FAT32");
-  EXPECT_EQ(volume("disk2s3")->volumeFormatDescription(), "HFS");
-  EXPECT_FALSE(volume("disk2s3")->volumePersonality());
-  EXPECT_EQ(volume("disk2s4")->volumePersonality(), "Journaled HFS+");
-  EXPECT_FALSE(volume("disk2s5")->volumeFormatDescription());
-  EXPECT_FALSE(volume("disk2s5")->volumePersonality());
-  // A ready volume answers from its mount alone.
-  EXPECT_FALSE(volume("disk2s6")->volumeFormatDescription());
-
-  EXPECT_TRUE(volume("disk2s1")->isForeignFileSystem());
+  using Text = std::optional<std::string>;
+  struct Case {
+    const char* bsdName;
+    Text format, personality;
+    bool foreign;
+  };
+  const Case cases[] = {
+      {"disk2s1", "MS-DOS (FAT16)", "MS-DOS FAT16", true},
+      {"disk2s2", "MS-DOS (FAT32)", "MS-DOS FAT32", true},
+      {"disk2s3", "HFS", std::nullopt, false},
+      {"disk2s4", "Mac OS Extended (Journaled)", "Journaled HFS+", false},
+      {"disk2s5", std::nullopt, std::nullopt, true},
+      {"disk2s6", std::nullopt, std::nullopt, false},  // a ready volume answers from its mount alone
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.bsdName);
+    auto v = volume(c.bsdName);
+    EXPECT_EQ(v->volumeFormatDescription(), c.format);
+    EXPECT_EQ(v->volumePersonality(), c.personality);
+    EXPECT_EQ(v->isForeignFileSystem(), c.foreign);
+  }
   EXPECT_TRUE(volume("disk2s3")->isHFSFileSystem());
-  EXPECT_FALSE(volume("disk2s3")->isForeignFileSystem());
-  EXPECT_TRUE(volume("disk2s5")->isForeignFileSystem());
 }
 
 TEST_F(CVDiskVolumePropertiesTest, CapacitiesAndCounts) {
   auto on = mounted(slice("disk4s1", "On", "apfs"), "/Volumes/On/", "APFS");
-  on["volume"]["statfs"] = {{"bsize", 4096}, {"blocks", 1000}, {"bfree", 250}, {"flags", 0}};
   on["volume"]["fileCount"] = 1234;
   on["volume"]["directoryCount"] = 56;
-  auto off = slice("disk4s2", "Off", "apfs");
-  auto vanished = mounted(slice("disk4s3", "Gone", "apfs"), "/Volumes/Gone/", "APFS");
   auto noSize = mounted(slice("disk4s4", "NoSize", "apfs"), "/Volumes/NoSize/", "APFS");
   noSize["volume"]["resources"].erase("NSURLVolumeTotalCapacityKey");
   noSize["volume"].erase("statfs");
-  machine.json({{"media", {on, off, vanished, noSize}}})
-      .directory("/Volumes/On")
-      .directory("/Volumes/NoSize");
-  machine.install();
+  install({on, slice("disk4s2", "Off", "apfs"), mounted(slice("disk4s3", "Gone", "apfs"), "/Volumes/Gone/", "APFS"),
+           noSize},
+          {"/Volumes/On", "/Volumes/NoSize"});
 
-  auto ready = volume("disk4s1");
-  EXPECT_EQ(ready->volumeTotalCapacity(), 1000000000000);
-  EXPECT_EQ(ready->volumeAvailableCapacity(), 250000000000);
-  EXPECT_EQ(ready->volumeUsedCapacity(), 750 * 4096);
-  EXPECT_EQ(ready->volumeFileCount(), 1234);
-  EXPECT_EQ(ready->volumeDirectoryCount(), 56);
-
-  auto unmounted = volume("disk4s2");
-  EXPECT_EQ(unmounted->volumeTotalCapacity(), 209715200);  // the media size
-  EXPECT_FALSE(unmounted->volumeAvailableCapacity());
-  EXPECT_FALSE(unmounted->volumeUsedCapacity());
-  EXPECT_FALSE(unmounted->volumeFileCount());
-
-  // Mounted but not ready: the mount still answers, statfs is not asked.
-  auto gone = volume("disk4s3");
-  EXPECT_EQ(gone->volumeTotalCapacity(), 1000000000000);
-  EXPECT_EQ(gone->volumeAvailableCapacity(), 250000000000);
-  EXPECT_FALSE(gone->volumeUsedCapacity());
-
-  auto fallback = volume("disk4s4");
-  EXPECT_EQ(fallback->volumeTotalCapacity(), 209715200);
-  EXPECT_FALSE(fallback->volumeUsedCapacity());
-  EXPECT_FALSE(fallback->volumeFileCount());
+  using Number = std::optional<std::int64_t>;
+  struct Case {
+    const char* bsdName;
+    Number total, available, used, files;
+  };
+  const Case cases[] = {
+      {"disk4s1", 1000000000000, 250000000000, 750 * 4096, 1234},
+      {"disk4s2", 209715200, std::nullopt, std::nullopt, std::nullopt},  // the media size
+      // Mounted but not ready: the mount still answers, statfs is not asked.
+      {"disk4s3", 1000000000000, 250000000000, std::nullopt, std::nullopt},
+      {"disk4s4", 209715200, 250000000000, std::nullopt, std::nullopt},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.bsdName);
+    auto v = volume(c.bsdName);
+    EXPECT_EQ(v->volumeTotalCapacity(), c.total);
+    EXPECT_EQ(v->volumeAvailableCapacity(), c.available);
+    EXPECT_EQ(v->volumeUsedCapacity(), c.used);
+    EXPECT_EQ(v->volumeFileCount(), c.files);
+  }
+  EXPECT_EQ(volume("disk4s1")->volumeDirectoryCount(), 56);
 }
 
 TEST_F(CVDiskVolumePropertiesTest, StatfsFlags) {
@@ -99,42 +85,28 @@ TEST_F(CVDiskVolumePropertiesTest, StatfsFlags) {
   ignored["volume"]["statfs"]["flags"] = 0x200000;
   auto noStatfs = mounted(slice("disk5s3", "NoFS", "hfs"), "/Volumes/NoFS/", "Mac OS Extended");
   noStatfs["volume"].erase("statfs");
-  auto plain = mounted(slice("disk5s4", "Plain", "hfs"), "/Volumes/Plain/", "Mac OS Extended");
-  machine.json({{"media", {readOnly, ignored, noStatfs, plain, slice("disk5s5", "Off", "hfs")}}})
-      .directory("/Volumes/RO")
-      .directory("/Volumes/Ign")
-      .directory("/Volumes/NoFS")
-      .directory("/Volumes/Plain");
-  machine.install();
+  install({readOnly, ignored, noStatfs, mounted(slice("disk5s4", "Plain", "hfs"), "/Volumes/Plain/", "Mac OS Extended"),
+           slice("disk5s5", "Off", "hfs")},
+          {"/Volumes/RO", "/Volumes/Ign", "/Volumes/NoFS", "/Volumes/Plain"});
 
-  EXPECT_FALSE(volume("disk5s1")->isWritable());
-  EXPECT_TRUE(volume("disk5s1")->volumePermissionsAreEnabled());
-  EXPECT_TRUE(volume("disk5s2")->isWritable());
-  EXPECT_FALSE(volume("disk5s2")->volumePermissionsAreEnabled());
-  EXPECT_TRUE(volume("disk5s3")->isWritable());
-  EXPECT_FALSE(volume("disk5s3")->volumePermissionsAreEnabled());
-  EXPECT_TRUE(volume("disk5s4")->isWritable());
-  EXPECT_TRUE(volume("disk5s4")->volumePermissionsAreEnabled());
-  EXPECT_TRUE(volume("disk5s5")->isWritable());
-  EXPECT_FALSE(volume("disk5s5")->volumePermissionsAreEnabled());
+  const std::tuple<const char*, bool, bool> cases[] = {
+      {"disk5s1", false, true}, {"disk5s2", true, false}, {"disk5s3", true, false},
+      {"disk5s4", true, true},  {"disk5s5", true, false}};
+  for (const auto& [bsdName, writable, permissions] : cases) {
+    EXPECT_EQ(volume(bsdName)->isWritable(), writable) << bsdName;
+    EXPECT_EQ(volume(bsdName)->volumePermissionsAreEnabled(), permissions) << bsdName;
+  }
 }
 
-TEST_F(CVDiskVolumePropertiesTest, CapabilitiesReadTheMountsResourceValues) {
+TEST_F(CVDiskVolumePropertiesTest, CapabilitiesThatAreAbsentOrNotBooleanAreOff) {
   auto on = mounted(slice("disk4s1", "On", "apfs"), "/Volumes/On/", "APFS");
   auto& resources = on["volume"]["resources"];
-  resources["NSURLVolumeSupportsHardLinksKey"] = true;
-  resources["NSURLVolumeSupportsSparseFilesKey"] = true;
-  resources["NSURLVolumeIsJournalingKey"] = false;
   resources["NSURLVolumeSupportsExtendedSecurityKey"] = true;
   resources["NSURLVolumeSupportsCaseSensitiveNamesKey"] = 1;  // not a boolean
-  machine.json({{"media", {on}}}).directory("/Volumes/On").directory("/Volumes/On/Backups.backupdb");
-  machine.install();
+  install(json::array({on}), {"/Volumes/On", "/Volumes/On/Backups.backupdb"});
 
   auto v = volume("disk4s1");
-  EXPECT_TRUE(v->volumeSupportsHardLinks());
-  EXPECT_TRUE(v->volumeSupportsSparseFiles());
-  EXPECT_FALSE(v->volumeIsJournaling());
-  EXPECT_TRUE(v->volumeSupportsExtendedSecurity());
+  EXPECT_FALSE(v->volumeSupportsSparseFiles());  // absent
   EXPECT_TRUE(v->volumeHasExtendedSecurity());
   EXPECT_FALSE(v->volumeIsCaseSensitive());
   EXPECT_TRUE(v->isTimeMachineVolume());
@@ -144,72 +116,61 @@ TEST_F(CVDiskVolumePropertiesTest, CapabilitiesReadTheMountsResourceValues) {
 TEST_F(CVDiskVolumePropertiesTest, AFailedResourceReadPrintsItsReason) {
   auto broken = mounted(slice("disk4s1", "Broken", "apfs"), "/Volumes/Broken/", "APFS");
   broken["volume"]["resourceError"] = "The volume is gone.";
-  machine.json({{"media", {broken}}}).directory("/Volumes/Broken");
-  machine.install();
-
+  install(json::array({broken}), {"/Volumes/Broken"});
   auto v = volume("disk4s1");
   testing::internal::CaptureStdout();
-  auto format = v->volumeFormatDescription();
-  auto total = v->volumeTotalCapacity();
-  auto journaling = v->volumeIsJournaling();
-  std::string printed = testing::internal::GetCapturedStdout();
-  EXPECT_FALSE(format);
-  EXPECT_EQ(total, 209715200);
-  EXPECT_FALSE(journaling);
-  EXPECT_EQ(printed, "The volume is gone.\nThe volume is gone.\nThe volume is gone.\n");
+  EXPECT_FALSE(v->volumeFormatDescription());
+  EXPECT_EQ(v->volumeTotalCapacity(), 209715200);
+  EXPECT_FALSE(v->volumeIsJournaling());
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "The volume is gone.\nThe volume is gone.\nThe volume is gone.\n");
 }
 
 TEST_F(CVDiskVolumePropertiesTest, MediaAndDeviceFacts) {
   auto softRAID = slice("disk6s1", "Soft", "hfs");
   softRAID["io"]["SoftRAID Volume ID"] = false;
-  auto plain = slice("disk6s2", "Plain", "hfs");
   auto raid = slice("disk6s3", "Raid", "hfs");
-  raid["io"]["RAID"] = false;
-  raid["io"]["CoreStorage"] = true;
-  raid["io"]["CoreStorage Encrypted"] = false;
-  raid["io"]["Encrypted"] = true;
+  raid["io"].update({{"RAID", false}, {"CoreStorage", true}, {"CoreStorage Encrypted", false}, {"Encrypted", true}});
   auto encrypted = slice("disk6s4", "Enc", "hfs");
-  encrypted["io"]["Encrypted"] = true;
-  encrypted["io"]["RAID"] = "yes";  // not a boolean: no property
+  encrypted["io"].update({{"Encrypted", true}, {"RAID", "yes"}});  // not a boolean: no property
   auto coreStorage = slice("disk6s5", "CS", "hfs");
-  coreStorage["io"]["CoreStorage"] = true;
-  coreStorage["io"]["CoreStorage Encrypted"] = true;
+  coreStorage["io"].update({{"CoreStorage", true}, {"CoreStorage Encrypted", true}});
   auto virtualDevice = slice("disk6s6", "Virt", "hfs");
-  virtualDevice["da"]["DADeviceProtocol"] = "Virtual Interface";
-  virtualDevice["da"]["DADeviceModel"] = "Disk Image";
+  virtualDevice["da"].update({{"DADeviceProtocol", "Virtual Interface"}, {"DADeviceModel", "Disk Image"}});
   auto virtualNoModel = slice("disk6s7", "VirtNo", "hfs");
   virtualNoModel["da"]["DADeviceProtocol"] = "Virtual Interface";
   virtualNoModel["da"].erase("DADeviceInternal");
   auto removable = slice("disk6s8", "Rem", "hfs");
   removable["da"]["DAMediaRemovable"] = true;
-  machine.json({{"media",
-                 {softRAID, plain, raid, encrypted, coreStorage, virtualDevice, virtualNoModel,
-                  removable}}});
-  machine.install();
+  install({softRAID, slice("disk6s2", "Plain", "hfs"), raid, encrypted, coreStorage, virtualDevice, virtualNoModel,
+           removable});
 
-  EXPECT_TRUE(volume("disk6s1")->isSoftRAIDVolume());
-  EXPECT_TRUE(volume("disk6s1")->isUnMountable());
-  EXPECT_FALSE(volume("disk6s2")->isUnMountable());
-  EXPECT_FALSE(volume("disk6s2")->isSoftRAIDVolume());
-  EXPECT_FALSE(volume("disk6s2")->isRAIDVolume());
-  EXPECT_FALSE(volume("disk6s2")->isEncrypted());
-  EXPECT_TRUE(volume("disk6s3")->isRAIDVolume());
-  EXPECT_FALSE(volume("disk6s3")->isEncrypted());  // CoreStorage ignores "Encrypted"
-  EXPECT_TRUE(volume("disk6s4")->isEncrypted());
-  EXPECT_FALSE(volume("disk6s4")->isRAIDVolume());
-  EXPECT_TRUE(volume("disk6s5")->isEncrypted());
+  struct Case {
+    const char* bsdName;
+    bool softRAID, raid, encrypted, unMountable;
+  };
+  const Case cases[] = {
+      {"disk6s1", true, false, false, true},  {"disk6s2", false, false, false, false},
+      {"disk6s3", false, true, false, false},  // CoreStorage ignores "Encrypted"
+      {"disk6s4", false, false, true, false}, {"disk6s5", false, false, true, false},
+      {"disk6s7", false, false, false, true}, {"disk6s8", false, false, false, true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.bsdName);
+    auto v = volume(c.bsdName);
+    EXPECT_EQ(v->isSoftRAIDVolume(), c.softRAID);
+    EXPECT_EQ(v->isRAIDVolume(), c.raid);
+    EXPECT_EQ(v->isEncrypted(), c.encrypted);
+    EXPECT_EQ(v->isUnMountable(), c.unMountable);
+  }
   EXPECT_EQ(volume("disk6s2")->deviceProtocol(), std::nullopt);
   EXPECT_EQ(volume("disk6s6")->deviceProtocol(), "Disk Image");
   EXPECT_FALSE(volume("disk6s7")->deviceProtocol());
   EXPECT_TRUE(volume("disk6s7")->deviceIsExternal());
-  EXPECT_TRUE(volume("disk6s7")->isUnMountable());
   EXPECT_TRUE(volume("disk6s8")->isRemovable());
-  EXPECT_TRUE(volume("disk6s8")->isUnMountable());
 }
 
 TEST(NumberTextTest, FileSizeAndCutDescription) {
   EXPECT_EQ(NSNumberCVDiag::fileSizeString(5000000000), "5 GB");
-  EXPECT_EQ(NSNumberCVDiag::fileSizeString(0), "Zero KB");
   EXPECT_EQ(NSNumberCVDiag::fileSizeString(494384795648), "494.38 GB");
   EXPECT_EQ(NSNumberCVDiag::descriptionWithLocal(5000000000), "705032704");
   EXPECT_EQ(NSNumberCVDiag::descriptionWithLocal(-3000000000), "1294967296");

@@ -1,12 +1,10 @@
 // The macOS version of mounted systems, and the Time Machine facts from tmutil.
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
-#include "support/machine_builder.h"
-#include "volumes/cv_disk_volume.h"
 #include "volumes/volume_machines.h"
 
 using namespace volumetest;
@@ -22,28 +20,18 @@ std::string systemVersion(const std::string& version, const std::string& build) 
   return plist;
 }
 
-CVDiskVolumeRef volume(const char* bsdName) {
-  auto made = CVDiskVolume::initWithBsdName(bsdName);
-  EXPECT_TRUE(made) << bsdName;
-  return made;
-}
-
 }  // namespace
 
-class CVDiskVolumeSystemTest : public ::testing::Test {
- protected:
-  testsupport::MachineBuilder machine;
-};
+using CVDiskVolumeSystemTest = VolumeMachineTest;
 
 TEST_F(CVDiskVolumeSystemTest, VersionOfTheSystemAtTheMountPoint) {
   json media = bootContainer();
-  json old = mounted(slice("disk5s1", "Old", "hfs"), "/Volumes/Old/", "Mac OS Extended");
-  json zero = mounted(slice("disk5s2", "Zero", "apfs"), "/Volumes/Zero/", "APFS");
-  json broken = mounted(slice("disk5s3", "Broken", "apfs"), "/Volumes/Broken/", "APFS");
-  json noBuild = mounted(slice("disk5s4", "NoBuild", "apfs"), "/Volumes/NoBuild/", "APFS");
-  json nonString = mounted(slice("disk5s5", "Odd", "apfs"), "/Volumes/Odd/", "APFS");
-  json offline = slice("disk5s6", "Offline", "apfs");
-  for (auto& m : {old, zero, broken, noBuild, nonString, offline}) media.push_back(m);
+  int n = 0;
+  for (const char* name : {"Old", "Zero", "Broken", "NoBuild", "Odd"}) {
+    media.push_back(mounted(slice("disk5s" + std::to_string(++n), name, "apfs"), "/Volumes/" + std::string(name) + "/",
+                            "APFS"));
+  }
+  media.push_back(slice("disk5s6", "Offline", "apfs"));
   const std::string path = "/System/Library/CoreServices/SystemVersion.plist";
   machine.json({{"media", media}})
       .directory("/System/Volumes/Data")
@@ -59,39 +47,26 @@ TEST_F(CVDiskVolumeSystemTest, VersionOfTheSystemAtTheMountPoint) {
       .file("/Volumes/Offline" + path, systemVersion("14.0", "23A344"));
   machine.install();
 
-  EXPECT_EQ(volume("disk3s1s1")->volumeOperatingSystemExtendedString(), "14.2.1 (23C71)");
-  EXPECT_EQ(volume("disk3s1s1")->volumeOperatingSystemString(), "14.2.1");
-  // Neither the unmounted system nor the data volume looks elsewhere.
-  EXPECT_FALSE(volume("disk3s1")->volumeOperatingSystemString());
-  EXPECT_FALSE(volume("disk3s5")->volumeOperatingSystemExtendedString());
-  EXPECT_EQ(volume("disk5s1")->volumeOperatingSystemExtendedString(), "10.15 (19A583)");
-  EXPECT_EQ(volume("disk5s2")->volumeOperatingSystemExtendedString(), "13.0 (22A380)");
-  EXPECT_FALSE(volume("disk5s3")->volumeOperatingSystemString());
-  EXPECT_FALSE(volume("disk5s3")->volumeOperatingSystemExtendedString());
-  EXPECT_EQ(volume("disk5s4")->volumeOperatingSystemString(), "12.1");
-  EXPECT_FALSE(volume("disk5s4")->volumeOperatingSystemExtendedString());
-  EXPECT_FALSE(volume("disk5s5")->volumeOperatingSystemString());
-  EXPECT_FALSE(volume("disk5s6")->volumeOperatingSystemString());
+  using Text = std::optional<std::string>;
+  const std::tuple<const char*, Text, Text> cases[] = {
+      {"disk3s1s1", "14.2.1", "14.2.1 (23C71)"},
+      // Neither the unmounted system nor the data volume looks elsewhere.
+      {"disk3s1", std::nullopt, std::nullopt}, {"disk3s5", std::nullopt, std::nullopt},
+      {"disk5s1", "10.15", "10.15 (19A583)"}, {"disk5s2", "13.0", "13.0 (22A380)"},
+      {"disk5s3", std::nullopt, std::nullopt}, {"disk5s4", "12.1", std::nullopt},
+      {"disk5s5", std::nullopt, std::nullopt}, {"disk5s6", std::nullopt, std::nullopt}};
+  for (const auto& [bsdName, version, extended] : cases) {
+    EXPECT_EQ(volume(bsdName)->volumeOperatingSystemString(), version) << bsdName;
+    EXPECT_EQ(volume(bsdName)->volumeOperatingSystemExtendedString(), extended) << bsdName;
+  }
 }
 
-class CVDiskVolumeTimeMachineTest : public ::testing::Test {
- protected:
-  void installTmutil(const std::string& script) {
-    machine.file("/usr/bin/tmutil", "#!/bin/sh\n" + script);
-    std::filesystem::permissions(machine.hostPath("/usr/bin/tmutil"),
-                                 std::filesystem::perms::owner_all);
-  }
-  testsupport::MachineBuilder machine;
-};
-
-TEST_F(CVDiskVolumeTimeMachineTest, InclusionAndSnapshotsAreAskedOnce) {
+TEST_F(CVDiskVolumeSystemTest, TimeMachineInclusionAndSnapshotsAreAskedOnce) {
   json in = mounted(slice("disk4s1", "In", "apfs"), "/Volumes/In/", "APFS");
   json out = mounted(slice("disk4s2", "Out", "apfs"), "/Volumes/Out/", "APFS");
-  machine.json({{"media", {in, out, slice("disk4s3", "Off", "apfs")}}})
-      .directory("/Volumes/In")
-      .directory("/Volumes/Out");
   // Each run is counted in a file, so a second ask would show.
-  installTmutil(
+  machine.file("/usr/bin/tmutil",
+      "#!/bin/sh\n"
       "echo run >> \"$0.runs\"\n"
       "case \"$1 $2\" in\n"
       "  'isexcluded /Volumes/In') echo \"[Included]    $2\" ;;\n"
@@ -100,12 +75,13 @@ TEST_F(CVDiskVolumeTimeMachineTest, InclusionAndSnapshotsAreAskedOnce) {
       "    echo \"Snapshots for disk $2:\"\n"
       "    echo com.apple.TimeMachine.2023-05-02-101530.local\n"
       "    echo com.apple.TimeMachine.2023-05-01-101530\n"
-      "    echo com.apple.TimeMachine.2023-05-01\n" 
+      "    echo com.apple.TimeMachine.2023-05-01\n"
       "    echo ;;\n"
       "esac\n");
-  machine.install();
+  std::filesystem::permissions(machine.hostPath("/usr/bin/tmutil"), std::filesystem::perms::owner_all);
+  install({in, out, slice("disk4s3", "Off", "apfs")}, {"/Volumes/In", "/Volumes/Out"});
 
-  auto included = CVDiskVolume::initWithBsdName("disk4s1");
+  auto included = volume("disk4s1");
   EXPECT_TRUE(included->volumeIsIncludedInTimeMachine());
   EXPECT_TRUE(included->volumeIsIncludedInTimeMachine());
   auto snapshots = included->volumeLocalSnapshots();
@@ -114,29 +90,13 @@ TEST_F(CVDiskVolumeTimeMachineTest, InclusionAndSnapshotsAreAskedOnce) {
   EXPECT_EQ(snapshots[1]->ts(), "2023-05-01-101530");
   EXPECT_EQ(included->volumeLocalSnapshots().size(), 2u);
 
-  EXPECT_FALSE(CVDiskVolume::initWithBsdName("disk4s2")->volumeIsIncludedInTimeMachine());
-  EXPECT_TRUE(CVDiskVolume::initWithBsdName("disk4s2")->volumeLocalSnapshots().empty());
-  // Nothing is run for a volume that is not mounted.
-  auto off = CVDiskVolume::initWithBsdName("disk4s3");
-  EXPECT_FALSE(off->volumeIsIncludedInTimeMachine());
-  EXPECT_TRUE(off->volumeLocalSnapshots().empty());
+  // Nothing is run for disk4s3, which is not mounted.
+  for (const char* bsdName : {"disk4s2", "disk4s3"}) {
+    EXPECT_FALSE(volume(bsdName)->volumeIsIncludedInTimeMachine()) << bsdName;
+    EXPECT_TRUE(volume(bsdName)->volumeLocalSnapshots().empty()) << bsdName;
+  }
 
-  std::ifstream runs(machine.hostPath("/usr/bin/tmutil.runs"));
-  std::string all((std::istreambuf_iterator<char>(runs)), std::istreambuf_iterator<char>());
-  EXPECT_EQ(all, "run\nrun\nrun\nrun\n");
-
-  included->setVolumeIsIncludedInTimeMachine(false);
-  EXPECT_FALSE(included->volumeIsIncludedInTimeMachine());
-  included->setVolumeLocalSnapshots({CVSnapshot::makeNow()});
-  ASSERT_EQ(included->volumeLocalSnapshots().size(), 1u);
-  EXPECT_EQ(included->volumeLocalSnapshots()[0]->ts(), "Now");
-}
-
-TEST_F(CVDiskVolumeTimeMachineTest, MissingTmutilGivesNothing) {
-  json in = mounted(slice("disk4s1", "In", "apfs"), "/Volumes/In/", "APFS");
-  machine.json({{"media", {in}}}).directory("/Volumes/In");
-  machine.install();
-  auto v = CVDiskVolume::initWithBsdName("disk4s1");
-  EXPECT_FALSE(v->volumeIsIncludedInTimeMachine());
-  EXPECT_TRUE(v->volumeLocalSnapshots().empty());
+  std::stringstream runs;
+  runs << std::ifstream(machine.hostPath("/usr/bin/tmutil.runs")).rdbuf();
+  EXPECT_EQ(runs.str(), "run\nrun\nrun\nrun\n");
 }

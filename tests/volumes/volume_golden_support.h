@@ -1,9 +1,7 @@
 #pragma once
-// Golden files of the volume reports: a machine folder under tests/machines
-// is copied to a temporary folder (runs write the machine's log), installed,
-// and each text is compared whole with the file beside the machine.
-// With CVDIAG_UPDATE_GOLDENS=1 in the environment the files are written
-// instead, to be read and checked by hand before they are committed.
+// A machine folder under tests/machines copied to a temporary folder (runs
+// write its log); texts are compared whole with the golden files beside it,
+// or written there with CVDIAG_UPDATE_GOLDENS=1, to be checked by hand.
 
 #include <cstdlib>
 #include <filesystem>
@@ -47,7 +45,6 @@ class CopiedMachine {
         std::get<std::shared_ptr<const platform::machine::Machine>>(loaded), {}));
   }
 
-  // Compares `actual` with the golden file at `relative` beside the machine.
   void expectGolden(const std::string& relative, const std::string& actual) const {
     auto path = source_ / "expected" / relative;
     const char* update = std::getenv("CVDIAG_UPDATE_GOLDENS");
