@@ -215,8 +215,8 @@ TEST_F(DemoMachineTest, DiskutilRecordingsAgreeWithTheDisks) {
   std::set<std::string> known;
   for (const Value& fs : *fileSystems->array()) known.insert(text(*fs.dictionary(), "UserVisibleName"));
   for (const MediaObject& m : machine->media) {
-    if (m.volume)
-      EXPECT_TRUE(known.count(text(m.volume->resources, "NSURLVolumeLocalizedFormatDescriptionKey"))) << *m.bsdName();
+    if (!m.volume) continue;
+    EXPECT_TRUE(known.count(text(m.volume->resources, "NSURLVolumeLocalizedFormatDescriptionKey"))) << *m.bsdName();
   }
 
   auto groups = plist("/usr/sbin/diskutil.d/apfs-listVolumeGroups.plist");
