@@ -45,18 +45,10 @@ const std::string helpAt80 =
 const std::regex versionLine(std::string("Corvane Diagnostics version: 3\\.12 \\(137-") + CVDIAG_SOURCE_VERSION +
                              "\\), macOS [^\n]*\n\n");
 
-void expectUsageError(const std::vector<std::string>& arguments, const std::string& message) {
-  auto result = runCVDiag(arguments);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "Error: " + message + "\n" + usageAndSee);
-  EXPECT_EQ(result.status, 64);
-}
-
 TEST(CVDiagCommandLine, NoFlagAndPruneAlonePrintNothing) {
   for (const auto& arguments : {std::vector<std::string>{}, std::vector<std::string>{"--prune-orphans"}}) {
     auto result = runCVDiag(arguments);
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out + result.err, "");
     EXPECT_EQ(result.status, 0);
   }
 }
@@ -119,25 +111,35 @@ TEST(CVDiagCommandLine, HelpOnStandardOutputAtEachWidth) {
       << wide.out;
 }
 
-TEST(CVDiagCommandLine, UnknownAndMisspeltOptions) {
-  expectUsageError({"--bad"}, "Unknown option '--bad'");
-  expectUsageError({"--all-diagnostic"}, "Unknown option '--all-diagnostic'. Did you mean '--all-diagnostics'?");
-  expectUsageError({"--all-diagnostisc"}, "Unknown option '--all-diagnostisc'. Did you mean '--all-diagnostics'?");
-  expectUsageError({"--volume-registy"}, "Unknown option '--volume-registy'. Did you mean '--volume-registry'?");
-  expectUsageError({"-x"}, "Unknown option '-x'");
-  expectUsageError({"-version"}, "Unknown option '-version'. Did you mean '--version'?");
-  expectUsageError({"--no-version"}, "Unknown option '--no-version'. Did you mean '--version'?");
-  expectUsageError({"--no-prune-orphans"}, "Unknown option '--no-prune-orphans'. Did you mean '--prune-orphans'?");
-}
-
-TEST(CVDiagCommandLine, ValuesAndWordsAreRejected) {
-  expectUsageError({"--version=1"}, "The option '--version' does not take any value, but '1' was specified.");
-  expectUsageError({"--settings-volumes=yes"},
-                   "The option '--settings-volumes' does not take any value, but 'yes' was specified.");
-  expectUsageError({"help"}, "Unexpected argument 'help'");
-  expectUsageError({"--version", "a", "b"}, "2 unexpected arguments: 'a', 'b'");
-  expectUsageError({"--", "--version"}, "Unexpected argument '--version'");
-  expectUsageError({"---"}, "Invalid option: ---");
+// Every refused command line: nothing on standard output, the error and the
+// usage hint on standard error, status 64.
+TEST(CVDiagCommandLine, RefusedCommandLines) {
+  const struct {
+    std::vector<std::string> arguments;
+    std::string message;
+  } cases[] = {
+      {{"--bad"}, "Unknown option '--bad'"},
+      {{"-x"}, "Unknown option '-x'"},
+      {{"--all-diagnostic"}, "Unknown option '--all-diagnostic'. Did you mean '--all-diagnostics'?"},
+      {{"--all-diagnostisc"}, "Unknown option '--all-diagnostisc'. Did you mean '--all-diagnostics'?"},
+      {{"--volume-registy"}, "Unknown option '--volume-registy'. Did you mean '--volume-registry'?"},
+      {{"-version"}, "Unknown option '-version'. Did you mean '--version'?"},
+      {{"--no-version"}, "Unknown option '--no-version'. Did you mean '--version'?"},
+      {{"--no-prune-orphans"}, "Unknown option '--no-prune-orphans'. Did you mean '--prune-orphans'?"},
+      {{"--version=1"}, "The option '--version' does not take any value, but '1' was specified."},
+      {{"--settings-volumes=yes"}, "The option '--settings-volumes' does not take any value, but 'yes' was specified."},
+      {{"help"}, "Unexpected argument 'help'"},
+      {{"--version", "a", "b"}, "2 unexpected arguments: 'a', 'b'"},
+      {{"--", "--version"}, "Unexpected argument '--version'"},
+      {{"---"}, "Invalid option: ---"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.arguments.front());
+    auto result = runCVDiag(c.arguments);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "Error: " + c.message + "\n" + usageAndSee);
+    EXPECT_EQ(result.status, 64);
+  }
 }
 
 }  // namespace
