@@ -6,11 +6,8 @@
 #include "test_commands.h"
 
 namespace apt {
-namespace {
-
 enum class Level { l1, l2, l3, l4, l5, l6 };
-
-}  // namespace
+enum class Three { a, b, c };
 }  // namespace apt
 
 template <>
@@ -21,14 +18,6 @@ struct ArgumentParser::RawValueTraits<apt::Level> {
   }
   static int rawValue(apt::Level l) { return static_cast<int>(l) + 1; }
 };
-
-namespace apt {
-namespace {
-
-enum class Three { a, b, c };
-
-}  // namespace
-}  // namespace apt
 
 template <>
 struct ArgumentParser::RawValueTraits<apt::Three> {
@@ -49,15 +38,11 @@ struct Values : ParsableCommand {
   }
 };
 
-std::string words(const ParserError& error) {
-  auto set = typeOf<Values>()->argumentSet(ArgumentVisibility::private_);
-  return ErrorMessageGenerator{set, error}.makeErrorMessage().value_or("(none)");
+ErrorMessageGenerator generator(const ParserError& error) {
+  return {typeOf<Values>()->argumentSet(ArgumentVisibility::private_), error};
 }
-
-std::string helpLine(const ParserError& error) {
-  auto set = typeOf<Values>()->argumentSet(ArgumentVisibility::private_);
-  return ErrorMessageGenerator{set, error}.makeHelpMessage().value_or("(none)");
-}
+std::string words(const ParserError& error) { return generator(error).makeErrorMessage().value_or("(none)"); }
+std::string helpLine(const ParserError& error) { return generator(error).makeHelpMessage().value_or("(none)"); }
 
 TEST(ErrorMessageGenerator, FixedTexts) {
   using C = ParserError::Case;

@@ -2,6 +2,8 @@
 // Small commands that exercise the framework's declarations, and helpers that
 // parse or run them with captured streams.
 
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -38,6 +40,12 @@ struct ArgumentParser::EnumerableFlagTraits<apt::Color> {
 };
 
 namespace apt {
+
+// A whole expected text from tests/ArgumentParser/golden/.
+inline std::string golden(const std::string& name) {
+  std::ifstream file(std::string(CVDIAG_SOURCE_DIR) + "/tests/ArgumentParser/golden/" + name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
 
 // The captured end of a run through the framework's main.
 struct Outcome {
@@ -86,7 +94,11 @@ CommandError parseError(const std::vector<std::string>& arguments) {
   return {};
 }
 
-// --- commands ----------------------------------------------------------------
+template <class T>
+ParserError::Case kind(const std::vector<std::string>& arguments) {
+  return parseError<T>(arguments).parserError.kind;
+}
+
 
 struct Repeat : ParsableCommand {
   Option<std::optional<int>> count{{.help = "How many times to repeat."}};

@@ -1,5 +1,8 @@
 #include "ArgumentParserToolInfo/tool_info.h"
 
+#include <fstream>
+#include <iterator>
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -7,6 +10,12 @@ namespace ArgumentParserToolInfo {
 namespace {
 
 using nlohmann::json;
+
+// A whole expected text from tests/ArgumentParserToolInfo/golden/.
+std::string golden(const std::string& name) {
+  std::ifstream file(std::string(CVDIAG_SOURCE_DIR) + "/tests/ArgumentParserToolInfo/golden/" + name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
 
 NameInfoV0 longName(std::string name) { return {NameInfoV0::KindV0::longName, std::move(name)}; }
 
@@ -42,33 +51,7 @@ ToolInfoV0 fullTool() {
 }
 
 TEST(ToolInfoEncoding, EveryKeyAndKindTextAsTheWireFormatNamesThem) {
-  const json expected = json::parse(R"({
-    "serializationVersion": 0,
-    "command": {
-      "commandName": "tool",
-      "abstract": "Does things.",
-      "discussion": "At length.",
-      "defaultSubcommand": "sub",
-      "subcommands": [{"superCommands": ["tool"], "commandName": "sub"}],
-      "arguments": [{
-        "kind": "option",
-        "shouldDisplay": false,
-        "sectionTitle": "Input",
-        "isOptional": true,
-        "isRepeating": true,
-        "names": [{"kind": "short", "name": "f"},
-                  {"kind": "long", "name": "file"},
-                  {"kind": "longWithSingleDash", "name": "file"}],
-        "preferredName": {"kind": "long", "name": "file"},
-        "valueName": "path",
-        "defaultValue": "a.txt",
-        "allValues": ["a.txt", "b.txt"],
-        "abstract": "The file.",
-        "discussion": "Read first."
-      }]
-    }
-  })");
-  EXPECT_EQ(json::parse(renderedJSON(fullTool())), expected);
+  EXPECT_EQ(json::parse(renderedJSON(fullTool())), json::parse(golden("full.json")));
 }
 
 TEST(ToolInfoEncoding, AbsentValuesHaveNoKeyAndNeverNull) {
@@ -78,16 +61,9 @@ TEST(ToolInfoEncoding, AbsentValuesHaveNoKeyAndNeverNull) {
   tool.command.commandName = "bare";
   tool.command.arguments = std::vector<ArgumentInfoV0>{positional};
 
-  const json expected = json::parse(R"({
-    "serializationVersion": 0,
-    "command": {
-      "commandName": "bare",
-      "arguments": [{"kind": "positional", "shouldDisplay": true,
-                     "isOptional": false, "isRepeating": false}]
-    }
-  })");
   const std::string text = renderedJSON(tool);
-  EXPECT_EQ(json::parse(text), expected);
+  EXPECT_EQ(json::parse(text), json::parse(R"({"serializationVersion": 0, "command": {"commandName": "bare",
+    "arguments": [{"kind": "positional", "shouldDisplay": true, "isOptional": false, "isRepeating": false}]}})"));
   EXPECT_EQ(text.find("null"), std::string::npos) << text;
 }
 
@@ -99,28 +75,7 @@ TEST(ToolInfoEncoding, TextIsPrettyWithKeysSortedInEveryObject) {
   flag.names = std::vector<NameInfoV0>{longName("x")};
   tool.command.arguments = std::vector<ArgumentInfoV0>{flag};
 
-  EXPECT_EQ(renderedJSON(tool),
-            "{\n"
-            "  \"command\": {\n"
-            "    \"abstract\": \"A\",\n"
-            "    \"arguments\": [\n"
-            "      {\n"
-            "        \"isOptional\": false,\n"
-            "        \"isRepeating\": false,\n"
-            "        \"kind\": \"flag\",\n"
-            "        \"names\": [\n"
-            "          {\n"
-            "            \"kind\": \"long\",\n"
-            "            \"name\": \"x\"\n"
-            "          }\n"
-            "        ],\n"
-            "        \"shouldDisplay\": true\n"
-            "      }\n"
-            "    ],\n"
-            "    \"commandName\": \"t\"\n"
-            "  },\n"
-            "  \"serializationVersion\": 0\n"
-            "}");
+  EXPECT_EQ(renderedJSON(tool), golden("pretty.json"));
 }
 
 TEST(ToolInfoEncoding, TextThatIsNotUTF8GivesTheEmptyDump) {

@@ -35,39 +35,33 @@ TEST(CVDiagCompletionScripts, WithoutANameTheShellComesFromSHELL) {
   const auto fish = runCVDiag({"--generate-completion-script"}, {{"SHELL", "/usr/local/bin/fish"}});
   EXPECT_EQ(fish.status, 0);
   EXPECT_EQ(fish.out, golden("fish"));
+}
 
-  for (const char* shell : {"/bin/sh", ""}) {
-    const auto run = runCVDiag({"--generate-completion-script"}, {{"SHELL", shell}});
-    EXPECT_EQ(run.status, 64) << shell;
-    EXPECT_EQ(run.out, "") << shell;
-    EXPECT_EQ(run.err,
-              std::string("Error: Can't autodetect a supported shell.\n"
-                          "Please use --generate-completion-script=<shell> with one of:\n"
-                          "    zsh, bash, fish\n") +
-                  kUsageLines)
-        << shell;
+TEST(CVDiagCompletionScripts, RefusalsGoToStandardErrorWithTheUsage) {
+  const std::string shellList =
+      "Please use --generate-completion-script=<shell> with one of:\n"
+      "    zsh, bash, fish\n";
+  const struct {
+    std::vector<std::string> arguments;
+    const char* shell;
+    std::string err;
+  } cases[] = {
+      {{"--generate-completion-script"}, "/bin/sh", "Can't autodetect a supported shell.\n" + shellList},
+      {{"--generate-completion-script"}, "", "Can't autodetect a supported shell.\n" + shellList},
+      // A named shell wins over SHELL, even one that is unknown.
+      {{"--generate-completion-script", "tcsh"}, "/bin/bash",
+       "Can't generate completion scripts for 'tcsh'.\n" + shellList},
+      // CVDiag has no argument with custom completion.
+      {{"---completion", "--", "--all-diagnostics", "CVDiag"}, "/bin/bash",
+       "Internal error. Invalid state while parsing command-line arguments.\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.arguments.back() + " SHELL=" + c.shell);
+    const auto run = runCVDiag(c.arguments, {{"SHELL", c.shell}});
+    EXPECT_EQ(run.status, 64);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "Error: " + c.err + kUsageLines);
   }
-}
-
-TEST(CVDiagCompletionScripts, AnUnknownShellIsRefusedWithTheList) {
-  const auto run = runCVDiag({"--generate-completion-script", "tcsh"}, {{"SHELL", "/bin/bash"}});
-  EXPECT_EQ(run.status, 64);
-  EXPECT_EQ(run.out, "");
-  EXPECT_EQ(run.err,
-            std::string("Error: Can't generate completion scripts for 'tcsh'.\n"
-                        "Please use --generate-completion-script=<shell> with one of:\n"
-                        "    zsh, bash, fish\n") +
-                kUsageLines);
-}
-
-TEST(CVDiagCompletionScripts, ACustomCompletionCallForAnArgumentWithoutOneIsAnInternalError) {
-  // CVDiag has no argument with custom completion.
-  const auto run = runCVDiag({"---completion", "--", "--all-diagnostics", "CVDiag"});
-  EXPECT_EQ(run.status, 64);
-  EXPECT_EQ(run.out, "");
-  EXPECT_EQ(run.err,
-            std::string("Error: Internal error. Invalid state while parsing command-line arguments.\n") +
-                kUsageLines);
 }
 
 TEST(CVDiagCompletionScripts, BashCompletesTheFlags) {

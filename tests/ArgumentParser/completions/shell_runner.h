@@ -10,25 +10,21 @@ struct ShellRun {
   std::string output;  // standard output and standard error together
 };
 
-// A file of the given text under the test's temporary directory; gives its
-// path.
+// A file of the given text under the test's temporary directory; gives its path.
 std::string writeTemporaryFile(const std::string& name, const std::string& text);
 
-// Runs `program -c script` (bash, zsh, fish) with `argument` as the first
-// positional parameter ($1 in bash and zsh, $argv[1] in fish), in an empty
-// working directory so that file completions find nothing.
+// Runs `program -c script` with `argument` as $1 (bash, zsh) or $argv[1] (fish),
+// in an empty working directory so that file completions find nothing.
 ShellRun runShell(const std::string& program, const std::string& script,
                   const std::string& argument = "");
 
-// The completions that bash's function `function` leaves in COMPREPLY, one
-// per line, after sourcing `scriptPath` with COMP_WORDS set to `words` (a
-// bash array literal such as `(repo --f)`) and COMP_CWORD to its last index.
+// COMPREPLY, one per line, after sourcing `scriptPath` and calling `function`
+// with COMP_WORDS = `words` (an array literal such as `(repo --f)`), cursor last.
 ShellRun bashCompletions(const std::string& scriptPath, const std::string& function,
                          const std::string& words);
 
-// The command line as an interactive zsh leaves it after `typed` and one
-// TAB, with the completion function `functionName` (a file of that name
-// holding `script`) on its fpath.
+// The line an interactive zsh leaves after `typed` and one TAB, with `script`
+// on its fpath as the completion function `functionName`.
 ShellRun zshCompletedLine(const std::string& functionName, const std::string& script,
                           const std::string& typed);
 

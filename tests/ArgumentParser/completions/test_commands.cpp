@@ -13,17 +13,16 @@ CommandConfiguration Repo::configuration() {
           .abstract = "Keeps things in order.",
           .discussion = "Longer text.",
           .version = "1.0",
-          .ungroupedSubcommands = {ArgumentParser::typeOf<Add>(), ArgumentParser::typeOf<RemoveAll>(),
-                                   ArgumentParser::typeOf<Debug>()},
-          .defaultSubcommand = ArgumentParser::typeOf<Add>()};
+          .ungroupedSubcommands = {typeOf<Add>(), typeOf<RemoveAll>(), typeOf<Debug>()},
+          .defaultSubcommand = typeOf<Add>()};
 }
 
 CommandConfiguration Plugin::configuration() {
   return {.commandName = "plug-in",
           .superCommandName = "host",
           .abstract = "Extends the host.",
-          .ungroupedSubcommands = {ArgumentParser::typeOf<Status>()},
-          .defaultSubcommand = ArgumentParser::typeOf<Status>()};
+          .ungroupedSubcommands = {typeOf<Status>()},
+          .defaultSubcommand = typeOf<Status>()};
 }
 
 }  // namespace completion_test

@@ -11,77 +11,61 @@
 
 namespace completion_test {
 
-using ArgumentParser::ArgumentHelp;
-using ArgumentParser::CommandConfiguration;
-using ArgumentParser::CompletionKind;
-using ArgumentParser::Declarations;
-using ArgumentParser::FlagInversion;
-using ArgumentParser::NameSpecification;
-using Element = ArgumentParser::NameSpecification::Element;
+using namespace ArgumentParser;
+using Element = NameSpecification::Element;
 
 // Values for the custom completions of `repo add --tag` and of the target of
 // `plug-in`, followed by the words it was given, so that a test sees what
 // reached the callback.
 std::vector<std::string> tagValues(const std::vector<std::string>& words);
 
-struct Add : ArgumentParser::ParsableCommand {
-  ArgumentParser::Argument<std::string> file{
-      {.help = "The file to add.", .completion = CompletionKind::file()}};
-  ArgumentParser::Option<std::optional<std::string>> branch{
+struct Add : ParsableCommand {
+  Argument<std::string> file{{.help = "The file to add.", .completion = CompletionKind::file()}};
+  Option<std::optional<std::string>> branch{
       {.name = NameSpecification::shortAndLong(),
        .help = "The branch.",
        .completion = CompletionKind::shellCommand("echo main; echo dev")}};
-  ArgumentParser::Option<std::optional<std::string>> tag{
-      {.help = "The tag.", .completion = CompletionKind::custom(tagValues)}};
-  ArgumentParser::Flag<bool> dryRun{false, {.help = "Don't [do] it, just show."}};
+  Option<std::optional<std::string>> tag{{.help = "The tag.", .completion = CompletionKind::custom(tagValues)}};
+  Flag<bool> dryRun{false, {.help = "Don't [do] it, just show."}};
 
-  static CommandConfiguration configuration() {
-    return {.commandName = "add", .abstract = "Add a file."};
-  }
+  static CommandConfiguration configuration() { return {.commandName = "add", .abstract = "Add a file."}; }
   static void declare(Declarations<Add>& d) {
     d("file", &Add::file)("branch", &Add::branch)("tag", &Add::tag)("dryRun", &Add::dryRun);
   }
 };
 
-struct RemoveAll : ArgumentParser::ParsableCommand {
-  ArgumentParser::Argument<std::vector<std::string>> items{
+struct RemoveAll : ParsableCommand {
+  Argument<std::vector<std::string>> items{
       {.help = "Items to remove.", .completion = CompletionKind::list({"alpha", "beta"})}};
-  ArgumentParser::Flag<bool> force{
-      false, {.name = NameSpecification::shortAndLong(), .help = "Force it"}};
+  Flag<bool> force{false, {.name = NameSpecification::shortAndLong(), .help = "Force it"}};
 
-  static CommandConfiguration configuration() {
-    return {.abstract = "Remove what's listed.", .aliases = {"rm"}};
-  }
-  static void declare(Declarations<RemoveAll>& d) {
-    d("items", &RemoveAll::items)("force", &RemoveAll::force);
-  }
+  static CommandConfiguration configuration() { return {.abstract = "Remove what's listed.", .aliases = {"rm"}}; }
+  static void declare(Declarations<RemoveAll>& d) { d("items", &RemoveAll::items)("force", &RemoveAll::force); }
 };
 
-struct Debug : ArgumentParser::ParsableCommand {
-  ArgumentParser::Flag<bool> trace{false, {.help = "Trace."}};
+struct Debug : ParsableCommand {
+  Flag<bool> trace{false, {.help = "Trace."}};
   static CommandConfiguration configuration() {
     return {.commandName = "debug", .abstract = "Inspect.", .shouldDisplay = false};
   }
   static void declare(Declarations<Debug>& d) { d("trace", &Debug::trace); }
 };
 
-struct Repo : ArgumentParser::ParsableCommand {
-  ArgumentParser::Flag<bool> verbose{
-      false, {.name = NameSpecification::shortAndLong(), .help = "Talk more."}};
-  ArgumentParser::Flag<bool> color{
-      true, {.inversion = FlagInversion::prefixedNo, .help = "Don't [color] 'it'."}};
-  ArgumentParser::Option<std::string> format{
+struct Repo : ParsableCommand {
+  Flag<bool> verbose{false, {.name = NameSpecification::shortAndLong(), .help = "Talk more."}};
+  Flag<bool> color{true, {.inversion = FlagInversion::prefixedNo, .help = "Don't [color] 'it'."}};
+  Option<std::string> format{
       "text", {.help = "Output format.", .completion = CompletionKind::list({"json", "text"})}};
-  ArgumentParser::Option<std::vector<std::string>> include{
+  Option<std::vector<std::string>> include{
       {.name = {Element::customShort('I'), Element::long_()},
        .help = "Header to read.",
        .completion = CompletionKind::file({"h", "hpp"})}};
-  ArgumentParser::Option<std::optional<std::string>> output{
+  Option<std::optional<std::string>> output{
       {.name = {Element::customLong("out", true)},
        .help = "Where to write.",
        .completion = CompletionKind::directory()}};
-  ArgumentParser::Option<std::optional<std::string>> secret{{.help = ArgumentHelp::hidden("Hidden.")}};
-  ArgumentParser::Flag<bool> internal{false, {.help = ArgumentHelp::private_("Private.")}};
+  Option<std::optional<std::string>> secret{{.help = ArgumentHelp::hidden("Hidden.")}};
+  Flag<bool> internal{false, {.help = ArgumentHelp::private_("Private.")}};
 
   static CommandConfiguration configuration();
   static void declare(Declarations<Repo>& d) {
@@ -93,12 +77,12 @@ struct Repo : ArgumentParser::ParsableCommand {
 
 // A plugin of a host tool: a pseudo parent name and a default subcommand
 // without a declared name.
-struct Status : ArgumentParser::ParsableCommand {
+struct Status : ParsableCommand {
   static CommandConfiguration configuration() { return {.abstract = "Show status."}; }
 };
 
-struct Plugin : ArgumentParser::ParsableCommand {
-  ArgumentParser::Argument<std::optional<std::string>> target{
+struct Plugin : ParsableCommand {
+  Argument<std::optional<std::string>> target{
       {.help = "What to act on.", .completion = CompletionKind::custom(tagValues)}};
 
   static CommandConfiguration configuration();
