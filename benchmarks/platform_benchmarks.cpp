@@ -11,8 +11,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/machine/Machine.h"
-#include "platform/machine/MachinePlatform.h"
+#include "platform/machine/machine.h"
+#include "platform/machine/machine_platform.h"
 
 namespace {
 

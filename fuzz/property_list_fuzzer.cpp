@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <span>
 
-#include "platform/machine/PropertyListCodec.h"
+#include "platform/machine/property_list_codec.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace platform;

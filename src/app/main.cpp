@@ -3,10 +3,10 @@
 #include <cstdio>
 #include <variant>
 
-#include "ArgumentParser/Main.h"
-#include "app/CVDiag.h"
+#include "argument_parser/main.h"
+#include "app/cv_diag.h"
 #include "bundle_info.inc"
-#include "platform/machine/MachinePlatform.h"
+#include "platform/machine/machine_platform.h"
 
 int main(int argc, char** argv) {
   platform::Dictionary info{

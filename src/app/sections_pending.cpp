@@ -1,6 +1,6 @@
 // Sections whose subsystems (the registry, the settings documents and the
 // diskutil catalogue) are not built yet: they print nothing.
-#include "app/Sections.h"
+#include "app/sections.h"
 
 void registryDump(std::ostream&) {}
 void registryDuplicates(std::ostream&) {}

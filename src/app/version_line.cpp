@@ -2,9 +2,9 @@
 // empty line behind it.
 #include <string>
 
-#include "app/Print.h"
-#include "app/Sections.h"
-#include "platform/Platform.h"
+#include "app/print.h"
+#include "app/sections.h"
+#include "platform/platform.h"
 
 namespace {
 

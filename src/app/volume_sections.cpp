@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "app/Print.h"
-#include "app/Sections.h"
-#include "platform/DiskArbitration.h"
+#include "app/print.h"
+#include "app/sections.h"
+#include "platform/disk_arbitration.h"
 #include "volumes/cv_disk_volume.h"
 
 namespace {

@@ -2,12 +2,12 @@
 
 #include <functional>
 
-#include "logging/Log.h"
-#include "platform/Bookmarks.h"
-#include "platform/FileManager.h"
-#include "platform/Platform.h"
-#include "platform/URLResources.h"
-#include "platform/Workspace.h"
+#include "logging/log.h"
+#include "platform/bookmarks.h"
+#include "platform/file_manager.h"
+#include "platform/platform.h"
+#include "platform/url_resources.h"
+#include "platform/workspace.h"
 #include "volumes/cv_disk_volume.h"
 
 using platform::current;

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/Value.h"
+#include "platform/value.h"
 #include "volumes/disk_protocols.h"
 
 class CVDiskImageFile final : public CVDisk, public std::enable_shared_from_this<CVDiskImageFile> {

@@ -8,14 +8,14 @@
 #include <functional>
 #include <iostream>
 
-#include "platform/FileManager.h"
-#include "platform/Platform.h"
-#include "platform/System.h"
-#include "platform/URLResources.h"
-#include "platform/Workspace.h"
+#include "platform/file_manager.h"
+#include "platform/platform.h"
+#include "platform/system.h"
+#include "platform/url_resources.h"
+#include "platform/workspace.h"
 #include "volumes/disk_order_key.h"
 #include "volumes/utf8.h"
-#include "logging/Log.h"
+#include "logging/log.h"
 
 using platform::current;
 

@@ -14,9 +14,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/DiskArbitration.h"
-#include "platform/IOKit.h"
-#include "platform/Value.h"
+#include "platform/disk_arbitration.h"
+#include "platform/io_kit.h"
+#include "platform/value.h"
 #include "volumes/cv_snapshot.h"
 #include "volumes/disk_protocols.h"
 #include "volumes/volume_role.h"

@@ -2,11 +2,11 @@
 // a volume. None is cached: each read asks the platform again.
 #include <string>
 
-#include "platform/DiskArbitration.h"
-#include "platform/FileManager.h"
-#include "platform/Platform.h"
-#include "platform/System.h"
-#include "platform/URLResources.h"
+#include "platform/disk_arbitration.h"
+#include "platform/file_manager.h"
+#include "platform/platform.h"
+#include "platform/system.h"
+#include "platform/url_resources.h"
 #include "volumes/cv_disk_volume.h"
 #include "volumes/volume_format.h"
 

@@ -1,7 +1,7 @@
 // How a volume finds its role and its relatives in an APFS container: the
 // whole disk, the other slices, and the members of its volume group.
-#include "platform/DiskArbitration.h"
-#include "platform/Platform.h"
+#include "platform/disk_arbitration.h"
+#include "platform/platform.h"
 #include "volumes/cv_disk_volume.h"
 
 using platform::current;

@@ -1,8 +1,8 @@
 // The macOS version of a mounted system volume, from the version file at its
 // own mount point. Neither the system nor the data volume of a group is
 // consulted: a volume without the file has no operating system.
-#include "platform/Platform.h"
-#include "platform/PropertyListSerialization.h"
+#include "platform/platform.h"
+#include "platform/property_list_serialization.h"
 #include "volumes/cv_disk_volume.h"
 #include "volumes/operating_system_version.h"
 

@@ -4,10 +4,10 @@
 #include <utility>
 #include <vector>
 
-#include "platform/DiskArbitration.h"
-#include "platform/Formatters.h"
-#include "platform/Platform.h"
-#include "platform/URLResources.h"
+#include "platform/disk_arbitration.h"
+#include "platform/formatters.h"
+#include "platform/platform.h"
+#include "platform/url_resources.h"
 #include "volumes/cv_disk_volume.h"
 #include "volumes/number_text.h"
 #include "volumes/volume_text.h"

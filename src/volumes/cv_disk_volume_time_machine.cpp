@@ -1,6 +1,6 @@
 // The two Time Machine facts of a volume, each asked of tmutil once per
 // object: whether the volume is included in backups, and its local snapshots.
-#include "tools/TaskShell.h"
+#include "tools/task_shell.h"
 #include "volumes/cv_disk_volume.h"
 
 bool CVDiskVolume::volumeIsIncludedInTimeMachine() const {

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Value.h"
+#include "platform/value.h"
 
 class CVSnapshot {
  public:

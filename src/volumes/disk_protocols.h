@@ -8,8 +8,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/Value.h"
-#include "platform/Workspace.h"
+#include "platform/value.h"
+#include "platform/workspace.h"
 #include "volumes/volume_role.h"
 
 class CVDiskVolume;

@@ -1,6 +1,6 @@
 #include "volumes/number_text.h"
 
-#include "platform/Formatters.h"
+#include "platform/formatters.h"
 
 namespace NSNumberCVDiag {
 

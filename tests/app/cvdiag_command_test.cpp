@@ -4,10 +4,10 @@
 
 #include <sstream>
 
-#include "app/CVDiag.h"
-#include "app/Sections.h"
-#include "platform/Platform.h"
-#include "platform/machine/MachinePlatform.h"
+#include "app/cv_diag.h"
+#include "app/sections.h"
+#include "platform/platform.h"
+#include "platform/machine/machine_platform.h"
 
 namespace {
 

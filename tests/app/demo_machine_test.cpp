@@ -17,11 +17,11 @@
 #include <string>
 #include <vector>
 
-#include "platform/Platform.h"
-#include "platform/Value.h"
-#include "platform/machine/Machine.h"
-#include "platform/machine/MachinePlatform.h"
-#include "platform/machine/MachineQueries.h"
+#include "platform/platform.h"
+#include "platform/value.h"
+#include "platform/machine/machine.h"
+#include "platform/machine/machine_platform.h"
+#include "platform/machine/machine_queries.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "logging/Log.h"
+#include "logging/log.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
 
-#include "platform/Platform.h"
+#include "platform/platform.h"
 
 using platform::LogEntry;
 using platform::LogLevel;

@@ -1,4 +1,4 @@
-#include "platform/Dispatch.h"
+#include "platform/dispatch.h"
 
 #include <gtest/gtest.h>
 

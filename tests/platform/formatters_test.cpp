@@ -1,4 +1,4 @@
-#include "platform/Formatters.h"
+#include "platform/formatters.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/Value.h"
+#include "platform/value.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "platform/machine/MachinePlatform.h"
+#include "platform/machine/machine_platform.h"
 
 namespace testsupport {
 

@@ -17,8 +17,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/Platform.h"
-#include "platform/machine/Machine.h"
+#include "platform/platform.h"
+#include "platform/machine/machine.h"
 
 namespace testsupport {
 

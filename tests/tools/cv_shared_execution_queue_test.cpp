@@ -1,4 +1,4 @@
-#include "tools/CVSharedExecutionQueue.h"
+#include "tools/cv_shared_execution_queue.h"
 
 #include <gtest/gtest.h>
 

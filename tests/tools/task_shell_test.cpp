@@ -1,4 +1,4 @@
-#include "tools/TaskShell.h"
+#include "tools/task_shell.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -10,7 +10,7 @@
 #include <fstream>
 #include <thread>
 
-#include "platform/Log.h"
+#include "platform/log.h"
 #include "platform/machine/temp_machine.h"
 
 using Lines = std::vector<std::string>;

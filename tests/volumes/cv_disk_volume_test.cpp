@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/machine/SimulatedDiskArbitration.h"
+#include "platform/machine/simulated_disk_arbitration.h"
 #include "volumes/volume_machines.h"
 
 using namespace volumetest;

@@ -12,8 +12,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/Platform.h"
-#include "platform/machine/MachinePlatform.h"
+#include "platform/platform.h"
+#include "platform/machine/machine_platform.h"
 
 namespace volumetest {
 

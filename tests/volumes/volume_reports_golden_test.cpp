@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "app/Sections.h"
+#include "app/sections.h"
 #include "volumes/volume_golden_support.h"
 #include "volumes/volume_machines.h"
 

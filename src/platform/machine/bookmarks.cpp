@@ -1,7 +1,7 @@
-#include "platform/Bookmarks.h"
-#include "platform/URLResources.h"
-#include "platform/machine/Factories.h"
-#include "platform/machine/PropertyListCodec.h"
+#include "platform/bookmarks.h"
+#include "platform/url_resources.h"
+#include "platform/machine/factories.h"
+#include "platform/machine/property_list_codec.h"
 
 namespace platform::machine {
 

@@ -1,5 +1,5 @@
-#include "platform/Bundle.h"
-#include "platform/machine/Factories.h"
+#include "platform/bundle.h"
+#include "platform/machine/factories.h"
 
 namespace platform::machine {
 

@@ -11,9 +11,9 @@
 #include <map>
 #include <mutex>
 
-#include "platform/machine/Factories.h"
-#include "platform/machine/MachineQueries.h"
-#include "platform/machine/SimulatedDiskArbitration.h"
+#include "platform/machine/factories.h"
+#include "platform/machine/machine_queries.h"
+#include "platform/machine/simulated_disk_arbitration.h"
 
 namespace platform::machine {
 

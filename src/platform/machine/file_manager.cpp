@@ -7,9 +7,9 @@
 #include <fstream>
 #include <sys/stat.h>
 
-#include "platform/FileManager.h"
-#include "platform/machine/Factories.h"
-#include "platform/machine/MachineQueries.h"
+#include "platform/file_manager.h"
+#include "platform/machine/factories.h"
+#include "platform/machine/machine_queries.h"
 
 namespace platform::machine {
 

@@ -2,9 +2,9 @@
 // in file order, with the "io" properties of the object and its "ioParents"
 // as the ancestors in the IOService plane.
 
-#include "platform/IOKit.h"
-#include "platform/machine/Factories.h"
-#include "platform/machine/MachineQueries.h"
+#include "platform/io_kit.h"
+#include "platform/machine/factories.h"
+#include "platform/machine/machine_queries.h"
 
 namespace platform::machine {
 

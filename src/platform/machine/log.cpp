@@ -9,8 +9,8 @@
 #include <filesystem>
 #include <mutex>
 
-#include "platform/Log.h"
-#include "platform/machine/Factories.h"
+#include "platform/log.h"
+#include "platform/machine/factories.h"
 
 namespace platform::machine {
 

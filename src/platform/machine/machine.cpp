@@ -1,6 +1,6 @@
-#include "platform/machine/Machine.h"
+#include "platform/machine/machine.h"
 
-#include "platform/machine/MachineQueries.h"
+#include "platform/machine/machine_queries.h"
 
 namespace platform::machine {
 

@@ -1,8 +1,8 @@
-#include "platform/machine/MachinePlatform.h"
+#include "platform/machine/machine_platform.h"
 
 #include <cstdlib>
 
-#include "platform/machine/Factories.h"
+#include "platform/machine/factories.h"
 
 namespace platform::machine {
 

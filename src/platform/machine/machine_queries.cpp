@@ -1,4 +1,4 @@
-#include "platform/machine/MachineQueries.h"
+#include "platform/machine/machine_queries.h"
 
 #include <vector>
 

@@ -11,7 +11,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/machine/PropertyListCodec.h"
+#include "platform/machine/property_list_codec.h"
 
 namespace platform::machine {
 

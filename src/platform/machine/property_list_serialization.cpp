@@ -1,6 +1,6 @@
-#include "platform/PropertyListSerialization.h"
-#include "platform/machine/Factories.h"
-#include "platform/machine/PropertyListCodec.h"
+#include "platform/property_list_serialization.h"
+#include "platform/machine/factories.h"
+#include "platform/machine/property_list_codec.h"
 
 namespace platform::machine {
 

@@ -14,9 +14,9 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
-#include "platform/System.h"
-#include "platform/machine/Factories.h"
-#include "platform/machine/MachineQueries.h"
+#include "platform/system.h"
+#include "platform/machine/factories.h"
+#include "platform/machine/machine_queries.h"
 
 namespace platform::machine {
 

@@ -10,8 +10,8 @@
 #include <mutex>
 #include <thread>
 
-#include "platform/Task.h"
-#include "platform/machine/Factories.h"
+#include "platform/task.h"
+#include "platform/machine/factories.h"
 
 extern char** environ;
 

@@ -6,9 +6,9 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include "platform/URLResources.h"
-#include "platform/machine/Factories.h"
-#include "platform/machine/MachineQueries.h"
+#include "platform/url_resources.h"
+#include "platform/machine/factories.h"
+#include "platform/machine/machine_queries.h"
 
 namespace platform::machine {
 

@@ -9,9 +9,9 @@
 #include <mutex>
 #include <system_error>
 
-#include "platform/UserDefaults.h"
-#include "platform/machine/Factories.h"
-#include "platform/machine/PropertyListCodec.h"
+#include "platform/user_defaults.h"
+#include "platform/machine/factories.h"
+#include "platform/machine/property_list_codec.h"
 
 namespace platform::machine {
 

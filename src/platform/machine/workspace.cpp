@@ -1,8 +1,8 @@
 // iconForFile: over a machine folder: an icon named by the kind of item.
 
-#include "platform/Workspace.h"
-#include "platform/machine/Factories.h"
-#include "platform/machine/MachineQueries.h"
+#include "platform/workspace.h"
+#include "platform/machine/factories.h"
+#include "platform/machine/machine_queries.h"
 
 namespace platform::machine {
 

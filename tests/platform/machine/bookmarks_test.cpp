@@ -1,10 +1,10 @@
-#include "platform/Bookmarks.h"
+#include "platform/bookmarks.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/Platform.h"
-#include "platform/machine/BinaryPlistBuilder.h"
-#include "platform/machine/PropertyListCodec.h"
+#include "platform/platform.h"
+#include "platform/machine/binary_plist_builder.h"
+#include "platform/machine/property_list_codec.h"
 #include "support/machine_builder.h"
 
 using namespace platform;

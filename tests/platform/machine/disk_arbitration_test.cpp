@@ -4,9 +4,9 @@
 #include <mutex>
 #include <thread>
 
-#include "platform/DiskArbitration.h"
-#include "platform/Dispatch.h"
-#include "platform/machine/SimulatedDiskArbitration.h"
+#include "platform/disk_arbitration.h"
+#include "platform/dispatch.h"
+#include "platform/machine/simulated_disk_arbitration.h"
 #include "support/machine_builder.h"
 
 using namespace platform;

@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/FileManager.h"
+#include "platform/file_manager.h"
 #include "support/machine_builder.h"
 
 using namespace platform;

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/IOKit.h"
+#include "platform/io_kit.h"
 #include "support/machine_builder.h"
 
 using namespace platform;

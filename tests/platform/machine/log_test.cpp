@@ -1,4 +1,4 @@
-#include "platform/Log.h"
+#include "platform/log.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <sstream>
 #include <thread>
 
-#include "platform/machine/Factories.h"
+#include "platform/machine/factories.h"
 #include "platform/machine/temp_machine.h"
 
 using platform::LogEntry;

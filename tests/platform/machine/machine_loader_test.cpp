@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/machine/Machine.h"
+#include "platform/machine/machine.h"
 #include "support/machine_builder.h"
 
 using platform::machine::Machine;

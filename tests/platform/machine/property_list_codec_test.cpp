@@ -1,11 +1,11 @@
-#include "platform/machine/PropertyListCodec.h"
+#include "platform/machine/property_list_codec.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <random>
 
-#include "platform/machine/BinaryPlistBuilder.h"
+#include "platform/machine/binary_plist_builder.h"
 
 using namespace platform;
 using namespace platform::machine;

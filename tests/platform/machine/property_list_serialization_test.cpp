@@ -1,9 +1,9 @@
-#include "platform/PropertyListSerialization.h"
+#include "platform/property_list_serialization.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/Platform.h"
-#include "platform/machine/PropertyListCodec.h"
+#include "platform/platform.h"
+#include "platform/machine/property_list_codec.h"
 #include "support/machine_builder.h"
 
 using namespace platform;

@@ -3,9 +3,9 @@
 #include <cerrno>
 #include <sys/stat.h>
 
-#include "platform/System.h"
-#include "platform/Workspace.h"
-#include "platform/machine/MachinePlatform.h"
+#include "platform/system.h"
+#include "platform/workspace.h"
+#include "platform/machine/machine_platform.h"
 #include "support/machine_builder.h"
 
 using namespace platform;

@@ -1,4 +1,4 @@
-#include "platform/Task.h"
+#include "platform/task.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -8,8 +8,8 @@
 #include <fstream>
 #include <mutex>
 
-#include "platform/Dispatch.h"
-#include "platform/machine/Factories.h"
+#include "platform/dispatch.h"
+#include "platform/machine/factories.h"
 #include "platform/machine/temp_machine.h"
 
 using platform::DispatchSemaphore;

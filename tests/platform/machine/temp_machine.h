@@ -12,9 +12,9 @@
 #include <memory>
 #include <string>
 
-#include "platform/Platform.h"
-#include "platform/machine/Factories.h"
-#include "platform/machine/Machine.h"
+#include "platform/platform.h"
+#include "platform/machine/factories.h"
+#include "platform/machine/machine.h"
 
 class TempMachine {
  public:

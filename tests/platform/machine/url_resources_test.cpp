@@ -2,7 +2,7 @@
 
 #include <sys/stat.h>
 
-#include "platform/URLResources.h"
+#include "platform/url_resources.h"
 #include "support/machine_builder.h"
 
 using namespace platform;

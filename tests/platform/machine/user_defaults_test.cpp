@@ -1,4 +1,4 @@
-#include "platform/UserDefaults.h"
+#include "platform/user_defaults.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -10,8 +10,8 @@
 #include <random>
 #include <thread>
 
-#include "platform/machine/Factories.h"
-#include "platform/machine/PropertyListCodec.h"
+#include "platform/machine/factories.h"
+#include "platform/machine/property_list_codec.h"
 #include "support/machine_builder.h"
 
 using namespace platform;

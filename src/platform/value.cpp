@@ -1,0 +1,232 @@
+#include "platform/value.h"
+
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <limits>
+
+namespace platform {
+
+namespace {
+
+bool keepsInPath(unsigned char c) {
+  if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')) return true;
+  switch (c) {
+    case '-': case '.': case '_': case '~': case '!': case '$': case '&': case '\'':
+    case '(': case ')': case '*': case '+': case ',': case ';': case '=': case ':':
+    case '@': case '/':
+      return true;
+    default:
+      return false;
+  }
+}
+
+int hexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+// The part of a URL's text after "scheme://authority": the encoded path.
+std::string_view encodedPathOf(std::string_view text) {
+  auto scheme = text.find("://");
+  if (scheme == std::string_view::npos) return {};
+  auto rest = text.substr(scheme + 3);
+  auto slash = rest.find('/');
+  if (slash == std::string_view::npos) return {};
+  return rest.substr(slash);
+}
+
+}  // namespace
+
+std::string percentEncodePath(std::string_view path) {
+  static const char* hex = "0123456789ABCDEF";
+  std::string out;
+  out.reserve(path.size());
+  for (unsigned char c : path) {
+    if (keepsInPath(c)) {
+      out.push_back(static_cast<char>(c));
+    } else {
+      out.push_back('%');
+      out.push_back(hex[c >> 4]);
+      out.push_back(hex[c & 15]);
+    }
+  }
+  return out;
+}
+
+std::string percentDecode(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '%' && i + 2 < text.size()) {
+      int hi = hexDigit(text[i + 1]);
+      int lo = hexDigit(text[i + 2]);
+      if (hi >= 0 && lo >= 0) {
+        out.push_back(static_cast<char>(hi * 16 + lo));
+        i += 2;
+        continue;
+      }
+    }
+    out.push_back(text[i]);
+  }
+  return out;
+}
+
+std::optional<URL> URL::fromString(std::string_view absoluteText) {
+  auto colon = absoluteText.find(':');
+  if (colon == std::string_view::npos || colon == 0) return std::nullopt;
+  for (std::size_t i = 0; i < colon; ++i) {
+    char c = absoluteText[i];
+    bool ok = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+              (i > 0 && ((c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.'));
+    if (!ok) return std::nullopt;
+  }
+  return URL(std::string(absoluteText));
+}
+
+URL URL::fileURLWithPath(std::string_view path, bool isDirectory) {
+  std::string p(path);
+  if (p.empty() || p.front() != '/') p.insert(p.begin(), '/');
+  if (isDirectory && p.back() != '/') p.push_back('/');
+  return URL("file://" + percentEncodePath(p));
+}
+
+bool URL::isFileURL() const { return text_.rfind("file:", 0) == 0; }
+
+std::string URL::pathWithTrailingSlash() const { return percentDecode(encodedPathOf(text_)); }
+
+std::string URL::path() const {
+  std::string p = pathWithTrailingSlash();
+  while (p.size() > 1 && p.back() == '/') p.pop_back();
+  return p;
+}
+
+bool URL::hasDirectoryPath() const {
+  auto p = encodedPathOf(text_);
+  return !p.empty() && p.back() == '/';
+}
+
+URL URL::appendingPathComponent(std::string_view component, bool isDirectory) const {
+  std::string p = pathWithTrailingSlash();
+  if (p.empty() || p.back() != '/') p.push_back('/');
+  p.append(component);
+  return fileURLWithPath(p, isDirectory);
+}
+
+std::string URL::lastPathComponent() const {
+  std::string p = path();
+  if (p == "/") return "/";
+  auto slash = p.rfind('/');
+  return slash == std::string::npos ? p : p.substr(slash + 1);
+}
+
+std::optional<UUID> UUID::fromString(std::string_view text) {
+  if (text.size() != 36) return std::nullopt;
+  std::array<std::uint8_t, 16> bytes{};
+  std::size_t b = 0;
+  for (std::size_t i = 0; i < 36;) {
+    if (i == 8 || i == 13 || i == 18 || i == 23) {
+      if (text[i] != '-') return std::nullopt;
+      ++i;
+      continue;
+    }
+    int hi = hexDigit(text[i]);
+    int lo = hexDigit(text[i + 1]);
+    if (hi < 0 || lo < 0) return std::nullopt;
+    bytes[b++] = static_cast<std::uint8_t>(hi * 16 + lo);
+    i += 2;
+  }
+  return UUID(bytes);
+}
+
+std::string UUID::uuidString() const {
+  char buf[37];
+  const auto& u = bytes_;
+  std::snprintf(buf, sizeof buf,
+                "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X", u[0], u[1],
+                u[2], u[3], u[4], u[5], u[6], u[7], u[8], u[9], u[10], u[11], u[12], u[13], u[14],
+                u[15]);
+  return buf;
+}
+
+std::optional<Date> Date::fromISO8601(std::string_view text) {
+  int y, mo, d, h, mi;
+  double s;
+  char z = 0;
+  std::string t(text);
+  if (std::sscanf(t.c_str(), "%4d-%2d-%2dT%2d:%2d:%lf%c", &y, &mo, &d, &h, &mi, &s, &z) != 7 ||
+      z != 'Z')
+    return std::nullopt;
+  if (mo < 1 || mo > 12 || d < 1 || d > 31 || h > 23 || mi > 59 || s < 0 || s >= 61)
+    return std::nullopt;
+  std::tm tm{};
+  tm.tm_year = y - 1900;
+  tm.tm_mon = mo - 1;
+  tm.tm_mday = d;
+  tm.tm_hour = h;
+  tm.tm_min = mi;
+  tm.tm_sec = 0;
+  std::time_t base = timegm(&tm);
+  return Date{static_cast<double>(base) + s};
+}
+
+std::optional<bool> Value::boolean() const {
+  if (auto b = std::get_if<bool>(&v_)) return *b;
+  return std::nullopt;
+}
+
+std::optional<std::int64_t> Value::asInt64() const {
+  if (auto i = std::get_if<std::int64_t>(&v_)) return *i;
+  if (auto u = std::get_if<std::uint64_t>(&v_)) {
+    if (*u > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
+      return std::nullopt;
+    return static_cast<std::int64_t>(*u);
+  }
+  if (auto d = std::get_if<double>(&v_)) {
+    if (!std::isfinite(*d) || *d >= 9.2233720368547758e18 || *d < -9.2233720368547758e18)
+      return std::nullopt;
+    return static_cast<std::int64_t>(*d);
+  }
+  return std::nullopt;
+}
+
+std::optional<std::uint64_t> Value::asUInt64() const {
+  if (auto u = std::get_if<std::uint64_t>(&v_)) return *u;
+  if (auto i = std::get_if<std::int64_t>(&v_)) {
+    if (*i < 0) return std::nullopt;
+    return static_cast<std::uint64_t>(*i);
+  }
+  if (auto d = std::get_if<double>(&v_)) {
+    if (!std::isfinite(*d) || *d < 0 || *d >= 1.8446744073709552e19) return std::nullopt;
+    return static_cast<std::uint64_t>(*d);
+  }
+  return std::nullopt;
+}
+
+std::optional<double> Value::asDouble() const {
+  if (auto d = std::get_if<double>(&v_)) return *d;
+  if (auto i = std::get_if<std::int64_t>(&v_)) return static_cast<double>(*i);
+  if (auto u = std::get_if<std::uint64_t>(&v_)) return static_cast<double>(*u);
+  return std::nullopt;
+}
+
+bool operator==(const Value& a, const Value& b) {
+  // Numbers compare by value across kinds, as boxed numbers do.
+  if (a.isNumber() && b.isNumber() && a.kind() != b.kind()) {
+    if (a.kind() == Value::Kind::Real || b.kind() == Value::Kind::Real)
+      return a.asDouble() == b.asDouble();
+    auto ai = a.asInt64(), bi = b.asInt64();
+    if (ai && bi) return *ai == *bi;
+    return a.asUInt64() == b.asUInt64() && a.asUInt64().has_value();
+  }
+  return a.v_ == b.v_;
+}
+
+const Value* lookup(const Dictionary& dictionary, std::string_view key) {
+  auto it = dictionary.find(key);
+  return it == dictionary.end() ? nullptr : &it->second;
+}
+
+}  // namespace platform

@@ -1,0 +1,94 @@
+#include "argument_parser/completions/shell_runner.h"
+
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+namespace completion_test {
+
+namespace {
+
+std::string singleQuoted(const std::string& text) {
+  std::string quoted = "'";
+  for (char c : text) {
+    if (c == '\'') {
+      quoted += "'\\''";
+    } else {
+      quoted += c;
+    }
+  }
+  return quoted + "'";
+}
+
+std::filesystem::path scratchDirectory() {
+  const auto* info = testing::UnitTest::GetInstance()->current_test_info();
+  std::filesystem::path directory = std::filesystem::path(testing::TempDir()) /
+                                    (std::string("completion_") + info->test_suite_name() + "_" +
+                                     info->name());
+  std::filesystem::create_directories(directory / "empty");
+  return directory;
+}
+
+}  // namespace
+
+std::string writeTemporaryFile(const std::string& name, const std::string& text) {
+  const auto path = scratchDirectory() / name;
+  std::ofstream(path, std::ios::binary) << text;
+  return path.string();
+}
+
+ShellRun runShell(const std::string& program, const std::string& script, const std::string& argument) {
+  const auto empty = scratchDirectory() / "empty";
+  // fish names its script's arguments after the script itself; bash and zsh
+  // take a $0 first.
+  const std::string zero = program == "fish" ? "" : " shell";
+  const std::string command = "cd " + singleQuoted(empty.string()) + " && HOME=" +
+                              singleQuoted(empty.string()) + " " + program + " -c " +
+                              singleQuoted(script) + zero + " " + singleQuoted(argument) + " 2>&1";
+  ShellRun run;
+  FILE* pipe = ::popen(command.c_str(), "r");
+  if (pipe == nullptr) return run;
+  std::array<char, 4096> buffer{};
+  std::size_t count = 0;
+  while ((count = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0) {
+    run.output.append(buffer.data(), count);
+  }
+  const int status = ::pclose(pipe);
+  run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return run;
+}
+
+ShellRun bashCompletions(const std::string& scriptPath, const std::string& function,
+                         const std::string& words) {
+  return runShell("bash",
+                  "source \"$1\"\nCOMP_WORDS=" + words +
+                      "\nCOMP_CWORD=$(( ${#COMP_WORDS[@]} - 1 ))\n" + function +
+                      "\nprintf '%s\\n' \"${COMPREPLY[@]}\"",
+                  scriptPath);
+}
+
+ShellRun zshCompletedLine(const std::string& functionName, const std::string& script,
+                          const std::string& typed) {
+  const auto functions = scratchDirectory() / "zsh-functions";
+  std::filesystem::create_directories(functions);
+  std::ofstream(functions / functionName, std::ios::binary) << script;
+  const std::string driver =
+      std::string(CVDIAG_SOURCE_DIR) + "/tests/argument_parser/completions/zsh_complete.zsh";
+  return runShell("zsh", "timeout 60 zsh -f " + singleQuoted(driver) + " \"$1\" " + singleQuoted(typed),
+                  functions.string());
+}
+
+std::string readSourceFile(const std::string& relativePath) {
+  std::ifstream file(std::filesystem::path(CVDIAG_SOURCE_DIR) / relativePath, std::ios::binary);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+}  // namespace completion_test

@@ -1,0 +1,96 @@
+// Names, keys and the conversion of identifiers to long names.
+#include <gtest/gtest.h>
+
+#include "argument_parser/argument_parser.h"
+#include "argument_parser/message_info.h"
+
+namespace {
+
+using namespace ArgumentParser;
+using Element = NameSpecification::Element;
+
+std::vector<std::string> synopses(const std::vector<Name>& names) {
+  std::vector<std::string> result;
+  for (const auto& n : names) result.push_back(n.synopsisString());
+  return result;
+}
+
+TEST(NameConversion, SplitsAtCapitalsAndRunsOfCapitals) {
+  EXPECT_EQ(convertedToSnakeCase("allDiagnostics"), "all-diagnostics");
+  EXPECT_EQ(convertedToSnakeCase("JSONReader"), "json-reader");
+  EXPECT_EQ(convertedToSnakeCase("knownUUIDs"), "known-uui-ds");
+  EXPECT_EQ(convertedToSnakeCase("showKnownVolumeRegistery"), "show-known-volume-registery");
+  EXPECT_EQ(convertedToSnakeCase("pruneOrphans"), "prune-orphans");
+  EXPECT_EQ(convertedToSnakeCase("already-split"), "already-split");
+  EXPECT_EQ(convertedToSnakeCase("URL"), "url");
+  EXPECT_EQ(convertedToSnakeCase("x"), "x");
+  EXPECT_EQ(convertedToSnakeCase(""), "");
+  EXPECT_EQ(convertedToSnakeCase("fooBar", '_'), "foo_bar");
+}
+
+TEST(InputKey, DropsOneLeadingUnderscoreAndDescribesItsPath) {
+  EXPECT_EQ(InputKey("_force").name, "force");
+  EXPECT_EQ(InputKey("__x").name, "_x");
+  EXPECT_EQ(InputKey("verbose", {"options", "inner"}).description(), "options.inner.verbose");
+  EXPECT_EQ(NameSpecification::long_().makeNames(InputKey("_force").name).front().synopsisString(), "--force");
+}
+
+TEST(NameSpecification, MakesOneNamePerDistinctElementInOrder) {
+  EXPECT_EQ(synopses(NameSpecification({Element::long_(), Element::long_()}).makeNames("verbose")),
+            std::vector<std::string>{"--verbose"});
+  EXPECT_EQ(synopses(NameSpecification::short_().makeNames("verbose")), std::vector<std::string>{"-v"});
+  EXPECT_EQ(synopses(NameSpecification({Element::customShort('x', true), Element::customLong("exe", true),
+                                        Element::customLong("Raw_Name")})
+                         .makeNames("ignored")),
+            (std::vector<std::string>{"-x", "-exe", "--Raw_Name"}));
+  auto names = NameSpecification::customShort('o', true).makeNames("output");
+  EXPECT_TRUE(names.front().allowingJoined);
+}
+
+TEST(NameSpecification, EmptyKeyCannotFormAShortName) {
+  EXPECT_DEATH(NameSpecification::short_().makeNames(""), "Key '' has not characters to form short option name.");
+}
+
+TEST(Name, EqualityOrderingAndPreference) {
+  EXPECT_EQ(Name::makeShort('a'), Name::makeShort('a'));
+  EXPECT_NE(Name::makeShort('a'), Name::makeShort('a', true));
+  EXPECT_NE(Name::makeLong("ab"), Name::makeLongWithSingleDash("ab"));
+  EXPECT_TRUE(Name::makeLong("b") < Name::makeShort('a'));  // "--b" < "-a"
+  EXPECT_EQ(preferredName({Name::makeShort('v'), Name::makeLong("verbose")})->synopsisString(), "--verbose");
+  EXPECT_EQ(preferredName({Name::makeShort('v')})->synopsisString(), "-v");
+  EXPECT_FALSE(preferredName({}).has_value());
+}
+
+TEST(InvertedNames, PrefixRulesForEachKindOfName) {
+  auto no = makeInvertedNames(NameSpecification::long_(), "verbose", FlagInversion::prefixedNo);
+  EXPECT_EQ(synopses(no.enabling), std::vector<std::string>{"--verbose"});
+  EXPECT_EQ(synopses(no.inverted), std::vector<std::string>{"--no-verbose"});
+
+  auto camel = makeInvertedNames(NameSpecification::long_(), "includeCounter", FlagInversion::prefixedNo);
+  EXPECT_EQ(synopses(camel.inverted), std::vector<std::string>{"--no-include-counter"});
+
+  auto custom = [](const char* name) {
+    return makeInvertedNames(NameSpecification::customLong(name), "key", FlagInversion::prefixedNo).inverted;
+  };
+  EXPECT_EQ(synopses(custom("settings-volumes")), std::vector<std::string>{"--no-settings-volumes"});
+  EXPECT_EQ(synopses(custom("duplicate-volume-UUIDs")), std::vector<std::string>{"--no-duplicate-volume-UUIDs"});
+  EXPECT_EQ(synopses(custom("snake_case")), std::vector<std::string>{"--no_snake_case"});
+  EXPECT_EQ(synopses(custom("camelCase")), std::vector<std::string>{"--noCamelCase"});
+  EXPECT_EQ(synopses(custom("plain")), std::vector<std::string>{"--no-plain"});
+
+  auto pair = makeInvertedNames(NameSpecification::shortAndLong(), "color", FlagInversion::prefixedEnableDisable);
+  EXPECT_EQ(synopses(pair.enabling), (std::vector<std::string>{"-c", "--enable-color"}));
+  EXPECT_EQ(synopses(pair.inverted), std::vector<std::string>{"--disable-color"});
+}
+
+TEST(EditDistance, CountsCharactersAfterTrimmingCommonEnds) {
+  EXPECT_EQ(editDistance("", "abc"), 3);
+  EXPECT_EQ(editDistance("abc", ""), 3);
+  EXPECT_EQ(editDistance("same", "same"), 0);
+  EXPECT_EQ(editDistance("--all-diagnostic", "--all-diagnostics"), 1);
+  EXPECT_EQ(editDistance("--all-diagnostisc", "--all-diagnostics"), 2);
+  EXPECT_EQ(editDistance("kitten", "sitting"), 3);
+  EXPECT_EQ(editDistance("ñandú", "nandu"), 2);  // characters, not bytes
+}
+
+}  // namespace
