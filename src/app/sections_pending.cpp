@@ -5,4 +5,3 @@
 void registryDump(std::ostream&) {}
 void registryDuplicates(std::ostream&) {}
 void settingsConsistencyReport(std::ostream&, const CVDiag&) {}
-void diskutilEntityReport(std::ostream&) {}

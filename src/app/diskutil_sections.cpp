@@ -1,0 +1,136 @@
+// The diskutil entity report: what diskutil says about the disks beside what
+// the tool's own volume objects say. A catalogue that cannot be built shows
+// "<null>" where its parts would stand; the volume blocks come all the same.
+#include <optional>
+#include <string>
+
+#include "app/print.h"
+#include "app/sections.h"
+#include "platform/disk_arbitration.h"
+#include "platform/formatters.h"
+#include "tools/disk_util.h"
+#include "volumes/cv_disk_volume.h"
+
+namespace {
+
+using platform::Dictionary;
+using platform::Value;
+
+const char* const kNull = "<null>";
+
+// A value of a volume-group entry as it is printed: text as it stands,
+// anything else in its description, nothing as empty text.
+std::string entryText(const Dictionary& dictionary, std::string_view key) {
+  const Value* value = platform::lookup(dictionary, key);
+  if (!value) return "";
+  if (value->string()) return *value->string();
+  return platform::foundationDescription(*value);
+}
+
+// The first `width` characters of `text` (whole UTF-8 sequences), padded with
+// blanks to that width.
+std::string paddedOrCut(const std::string& text, std::size_t width) {
+  std::string out;
+  std::size_t characters = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if ((byte & 0xC0) != 0x80) {
+      if (characters == width) break;
+      ++characters;
+    }
+    out += text[i];
+  }
+  out.append(width - characters, ' ');
+  return out;
+}
+
+// The name a group line shows: the volume name, else the media name.
+std::string volumeOrMediaName(const CVDiskVolume& volume) {
+  auto properties = volume.properties();
+  if (!properties) return "";
+  for (auto key : {platform::kDADiskDescriptionVolumeNameKey, platform::kDADiskDescriptionMediaNameKey}) {
+    const Value* value = platform::lookup(*properties, key);
+    if (value && value->string()) return *value->string();
+  }
+  return "";
+}
+
+void volumeLine(std::ostream& out, const Dictionary& entry) {
+  const Value* identifier = platform::lookup(entry, "DeviceIdentifier");
+  const Value* diskUUID = platform::lookup(entry, "DiskUUID");
+  const Value* role = platform::lookup(entry, "Role");
+  if (!identifier || !identifier->string() || !diskUUID || !diskUUID->string() || !role ||
+      !role->string()) {
+    return;
+  }
+  auto volume = CVDiskVolume::initWithBsdName(*identifier->string());
+  if (!volume) return;
+  auto uuid = volume->volumeUUID();
+  print(out, "       " + paddedOrCut(*role->string(), 6) + ": " + *diskUUID->string() +
+                 ", CVDisk.volumeUUID: " + (uuid ? uuid->uuidString() : std::string()) +
+                 ", name: " + volumeOrMediaName(*volume));
+}
+
+// The APFS containers with their volume groups and the volumes of each group
+// that stand for a disk object of this machine. Whatever is not of the
+// expected shape is passed over.
+void volumeGroupsBlock(std::ostream& out, const DiskUtil& diskUtil) {
+  const auto& groups = diskUtil.volumeGroups();
+  if (!groups || groups->empty()) return;
+  const Value* containers = platform::lookup(*groups, "Containers");
+  if (!containers || !containers->array()) return;
+  print(out, "\ndiskutil Volume Groups:");
+  for (const Value& item : *containers->array()) {
+    const Dictionary* container = item.dictionary();
+    if (!container) continue;
+    print(out, "   Container : (" + entryText(*container, "ContainerReference") + ") " +
+                   entryText(*container, "APFSContainerUUID"));
+    const Value* volumeGroups = platform::lookup(*container, "VolumeGroups");
+    if (!volumeGroups || !volumeGroups->array()) continue;
+    for (const Value& groupItem : *volumeGroups->array()) {
+      const Dictionary* group = groupItem.dictionary();
+      if (!group) continue;
+      print(out, "     Group   : " + entryText(*group, "APFSVolumeGroupUUID"));
+      const Value* volumes = platform::lookup(*group, "Volumes");
+      if (!volumes || !volumes->array()) continue;
+      for (const Value& entry : *volumes->array()) {
+        if (entry.dictionary()) volumeLine(out, *entry.dictionary());
+      }
+    }
+  }
+}
+
+}  // namespace
+
+void diskutilEntityReport(std::ostream& out) {
+  std::optional<DiskUtil> diskUtil;
+  try {
+    diskUtil.emplace(out);
+  } catch (const SerializationError&) {
+    // Told by the catalogue's own lines; the report shows "<null>".
+  }
+
+  print(out, "\ndiskutil all disks:");
+  if (diskUtil) {
+    platform::Array disks(diskUtil->allDisks().begin(), diskUtil->allDisks().end());
+    print(out, platform::foundationDescription(disks));
+    volumeGroupsBlock(out, *diskUtil);
+  } else {
+    print(out, kNull);
+  }
+
+  for (const auto& volume : CVDiskVolume::localDisks()) {
+    print(out, "\n>>>>>>>>>>>>>>>>>>>>\n");
+    print(out, volume->description() + "\n");
+    print(out, volume->info());
+    std::string entry = kNull;
+    if (diskUtil) {
+      auto name = volume->bsdName();
+      const Value* info = name ? platform::lookup(diskUtil->diskCatalog(), *name) : nullptr;
+      if (info && info->dictionary()) entry = platform::foundationDescription(*info->dictionary());
+    }
+    print(out, {"\ndiskutil info\n", entry});
+    print(out, {"\nCVDisk debug description\n", volume->debugDescription()});
+    print(out, "\n<<<");
+  }
+}
