@@ -273,16 +273,27 @@ void systemVersionFaults(const Machine& machine, const fs::path& folder, std::ve
 std::vector<std::string> checkMachineFolder(const fs::path& folder) {
   std::vector<std::string> faults;
   auto loaded = platform::machine::loadMachine(folder);
+  Machine fallback;
+  const Machine* machine = &fallback;
   if (auto* error = std::get_if<std::string>(&loaded)) {
     std::error_code ec;
     if (!fs::is_directory(folder, ec) || !fs::exists(folder / "machine.json", ec)) return {*error};
-    return machineFileFaults(folder, *error);
+    faults = machineFileFaults(folder, *error);
+    // The rest of the folder is checked with the home that machine.json names, if any.
+    std::ifstream in(folder / "machine.json", std::ios::binary);
+    auto document = nlohmann::json::parse(in, nullptr, false);
+    if (document.is_object() && document.contains("home") && document["home"].is_string()) {
+      std::string home = document["home"];
+      if (!home.empty() && home[0] == '/' && home.find("..") == std::string::npos) fallback.home = home;
+    }
+  } else {
+    machine = std::get<std::shared_ptr<const Machine>>(loaded).get();
+    mediaFaults(*machine, faults);
   }
-  const Machine& machine = *std::get<std::shared_ptr<const Machine>>(loaded);
-  mediaFaults(machine, faults);
+  const Machine& machineRef = *machine;
   programFaults(folder, faults);
-  homeFaults(machine, folder, faults);
-  systemVersionFaults(machine, folder, faults);
+  homeFaults(machineRef, folder, faults);
+  systemVersionFaults(machineRef, folder, faults);
   return faults;
 }
 

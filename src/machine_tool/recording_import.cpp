@@ -4,6 +4,7 @@
 // docs/machine-format.md ("Importing a recording"); keep the two together.
 #include "machine_tool/recording_import.h"
 
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -647,8 +648,14 @@ std::optional<std::string> unpack(const fs::path& archive, const fs::path& into)
   std::vector<char*> argv;
   for (auto& a : args) argv.push_back(a.data());
   argv.push_back(nullptr);
+  // tar's own complaints would only repeat the one line given back.
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
   pid_t pid = 0;
-  if (posix_spawnp(&pid, "tar", nullptr, nullptr, argv.data(), environ) != 0) return "cannot run tar";
+  int spawned = posix_spawnp(&pid, "tar", &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (spawned != 0) return "cannot run tar";
   int status = 0;
   if (waitpid(pid, &status, 0) < 0 || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
     return "tar could not unpack it";
