@@ -9,8 +9,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -436,9 +438,14 @@ void Importer::writeAnswerFiles() {
     else problem(std::string("diskutil/") + name + ": not in the recording; diskutil will not answer that question");
   }
   std::string mounts;
+  // One line a disk, "<disk>|<mount point>|<name>": a name with "|" or a line
+  // feed is left out, a mount point with them leaves the disk unmountable.
+  auto plain = [](const std::string& t) { return t.find_first_of("|\n") == std::string::npos; };
   for (const auto& disk : disks_) {
     const auto* name = disk.info ? text(*disk.info, "VolumeName") : nullptr;
-    mounts += disk.bsdName + "|" + disk.mountPoint + "|" + (disk.mountPoint.empty() || !name ? "" : *name) + "\n";
+    const std::string mount = plain(disk.mountPoint) ? disk.mountPoint : "";
+    if (!plain(disk.bsdName)) continue;
+    mounts += disk.bsdName + "|" + mount + "|" + (mount.empty() || !name || !plain(*name) ? "" : *name) + "\n";
   }
   for (const auto& disk : disks_) {
     if (!disk.infoRecorded) continue;
