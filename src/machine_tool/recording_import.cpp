@@ -51,6 +51,15 @@ std::vector<std::string> lines(const std::string& text) {
   return out;
 }
 
+// Copies a plain file of the recording; a link or anything else is skipped,
+// so that a recording cannot bring in files of the importing host.
+void copyRecorded(const fs::path& from, const fs::path& to) {
+  std::error_code ec;
+  if (!fs::is_regular_file(fs::symlink_status(from, ec))) return;
+  fs::create_directories(to.parent_path());
+  fs::copy_file(from, to, fs::copy_options::overwrite_existing);
+}
+
 void writeFile(const fs::path& path, std::string_view content) {
   fs::create_directories(path.parent_path());
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
@@ -392,6 +401,7 @@ nlohmann::ordered_json Importer::volumeFacts(const Disk& disk) {
   if (format) resources["NSURLVolumeLocalizedFormatDescriptionKey"] = *format;
   auto total = number(info, "APFSContainerSize");
   if (!total) total = number(info, "TotalSize");
+  if (!total) total = number(info, "Size");
   auto available = number(info, "APFSContainerFree");
   if (!available) available = number(info, "FreeSpace");
   if (total) resources["NSURLVolumeTotalCapacityKey"] = *total;
@@ -434,7 +444,7 @@ void Importer::writeAnswerFiles() {
   const fs::path diskutil = out_ / "usr/sbin/diskutil.d";
   fs::create_directories(diskutil / "info");
   for (const char* name : {"list.plist", "apfs-listVolumeGroups.plist", "listFileSystems.plist"}) {
-    if (fs::exists(rec_ / "diskutil" / name)) fs::copy_file(rec_ / "diskutil" / name, diskutil / name);
+    if (fs::exists(rec_ / "diskutil" / name)) copyRecorded(rec_ / "diskutil" / name, diskutil / name);
     else problem(std::string("diskutil/") + name + ": not in the recording; diskutil will not answer that question");
   }
   std::string mounts;
@@ -449,7 +459,7 @@ void Importer::writeAnswerFiles() {
   }
   for (const auto& disk : disks_) {
     if (!disk.infoRecorded) continue;
-    fs::copy_file(rec_ / "diskutil/info" / (disk.bsdName + ".plist"), diskutil / "info" / (disk.bsdName + ".plist"));
+    copyRecorded(rec_ / "diskutil/info" / (disk.bsdName + ".plist"), diskutil / "info" / (disk.bsdName + ".plist"));
   }
   writeFile(diskutil / "mounts", mounts);
 
@@ -497,7 +507,7 @@ void Importer::writeHome() {
     fs::create_directories(target.parent_path());
     if (!prefs || !prefs->dictionary()) {
       if (prefs) problem(relative + ": no dictionary; copied as it is");
-      fs::copy_file(rec_ / relative, target);
+      copyRecorded(rec_ / relative, target);
       continue;
     }
     Dictionary values = *prefs->dictionary();
@@ -539,8 +549,7 @@ void Importer::writeHome() {
     if (fs::is_directory(status)) {
       fs::create_directories(target / relative);
     } else if (fs::is_regular_file(status)) {
-      fs::create_directories((target / relative).parent_path());
-      fs::copy_file(it->path(), target / relative, fs::copy_options::overwrite_existing);
+      copyRecorded(it->path(), target / relative);
     }
   }
   // settings-dates/<path>: "<created> <modified>" as stat printed them.
@@ -617,9 +626,7 @@ std::vector<std::string> Importer::run() {
       if (disk.mountIndex) {
         const fs::path version = rec_ / "mounts" / std::to_string(disk.mountIndex) / "SystemVersion.plist";
         if (fs::exists(version)) {
-          const fs::path target = hostPath(out_, disk.mountPoint) / "System/Library/CoreServices/SystemVersion.plist";
-          fs::create_directories(target.parent_path());
-          fs::copy_file(version, target, fs::copy_options::overwrite_existing);
+          copyRecorded(version, hostPath(out_, disk.mountPoint) / "System/Library/CoreServices/SystemVersion.plist");
         }
       }
       // A Mac lists its boot volume in /Volumes as a link to "/".
@@ -636,8 +643,7 @@ std::vector<std::string> Importer::run() {
   machine["media"] = std::move(media);
   const fs::path rootVersion = out_ / "System/Library/CoreServices/SystemVersion.plist";
   if (fs::exists(rec_ / "SystemVersion.plist") && !fs::exists(rootVersion)) {
-    fs::create_directories(rootVersion.parent_path());
-    fs::copy_file(rec_ / "SystemVersion.plist", rootVersion);
+    copyRecorded(rec_ / "SystemVersion.plist", rootVersion);
   }
   writeAnswerFiles();
   writeHome();
