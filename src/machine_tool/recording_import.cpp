@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -74,6 +75,12 @@ bool isSafeMacPath(const std::string& path) {
     if (part == "." || part == "..") return false;
   }
   return true;
+}
+
+// "disk" followed by digits and lower-case letters, as BSD names of disks are.
+bool isDiskName(const std::string& name) {
+  return name.size() > 4 && name.rfind("disk", 0) == 0 && std::isdigit(static_cast<unsigned char>(name[4])) &&
+         std::all_of(name.begin() + 4, name.end(), [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z'); });
 }
 
 fs::path hostPath(const fs::path& folder, const std::string& macPath) {
@@ -174,7 +181,10 @@ void Importer::readDisks() {
     collect(*partitions);
   if (all && all->array()) {
     for (const auto& name : *all->array()) {
-      if (!name.string() || name.string()->find('/') != std::string::npos || name.string()->empty()) continue;
+      if (!name.string() || !isDiskName(*name.string())) {
+        problem("diskutil/list.plist: AllDisks: \"" + (name.string() ? *name.string() : "") + "\" is no disk name; skipped");
+        continue;
+      }
       Disk disk{.bsdName = *name.string()};
       const std::string relative = "diskutil/info/" + disk.bsdName + ".plist";
       const bool recorded = fs::exists(rec_ / relative);
@@ -216,7 +226,9 @@ void Importer::readDisks() {
 void Importer::readIORegistry() {
   auto capture = plist("ioreg/media.plist", false);
   if (!capture) {
-    problem("ioreg/media.plist: not in the recording; the I/O registry facts come from diskutil alone");
+    problem(std::string("ioreg/media.plist: ") +
+            (fs::exists(rec_ / "ioreg/media.plist") ? "unusable" : "not in the recording") +
+            "; the I/O registry facts come from diskutil alone");
     return;
   }
   std::vector<Disk> found;
@@ -591,7 +603,7 @@ std::vector<std::string> Importer::run() {
     if (!disk.empty() && disk.back() == '\n') disk.pop_back();
     int index = std::atoi(entry.path().filename().c_str());
     for (auto& d : disks_) {
-      if (d.bsdName == disk) d.mountIndex = index;
+      if (d.bsdName == disk && !d.mountPoint.empty()) d.mountIndex = index;
     }
   }
   // A sealed system volume and its snapshot both name "/": the snapshot is the mounted one.

@@ -209,7 +209,10 @@ TEST(ImportReplayTest, DamagedRecordingsGiveOneLineAndNoFolder) {
   const fs::path hostile = scratch.dir() / "hostile";
   fs::create_directories(hostile / "diskutil");
   std::ofstream(hostile / "recording.txt") << "format 1\nhome /Users/../../escape\n";
-  std::ofstream(hostile / "diskutil/list.plist") << "bplist00\xff\xff\xff";
+  std::ofstream(hostile / "diskutil/list.plist")
+      << "<plist><dict><key>AllDisks</key><array><string>disk0</string><string>..</string></array></dict></plist>";
+  fs::create_directories(hostile / "ioreg");
+  std::ofstream(hostile / "ioreg/media.plist") << "bplist00\xff\xff\xff";
   struct Case {
     fs::path recording;
     int status;
