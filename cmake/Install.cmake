@@ -5,48 +5,50 @@
 include(GNUInstallDirs)
 
 set(CVDIAG_INSTALL_FILES_DIR ${CMAKE_BINARY_DIR}/install-files)
-set(CVDIAG_BASH_COMPLETION ${CVDIAG_INSTALL_FILES_DIR}/CVDiag.bash)
-set(CVDIAG_ZSH_COMPLETION ${CVDIAG_INSTALL_FILES_DIR}/_CVDiag)
-set(CVDIAG_FISH_COMPLETION ${CVDIAG_INSTALL_FILES_DIR}/CVDiag.fish)
-set(CVDIAG_MAN_PAGE ${CVDIAG_INSTALL_FILES_DIR}/CVDiag.1)
+set(CVDIAG_INSTALL_FILES)
 
-foreach(shell bash zsh fish)
-  string(TOUPPER ${shell} upper)
+# The executable TOOL (a target), its completion scripts and its manual page.
+function(cvdiag_install_tool tool)
+  set(bash ${CVDIAG_INSTALL_FILES_DIR}/${tool}.bash)
+  set(zsh ${CVDIAG_INSTALL_FILES_DIR}/_${tool})
+  set(fish ${CVDIAG_INSTALL_FILES_DIR}/${tool}.fish)
+  set(man ${CVDIAG_INSTALL_FILES_DIR}/${tool}.1)
+  foreach(shell bash zsh fish)
+    add_custom_command(
+      OUTPUT ${${shell}}
+      COMMAND ${CMAKE_COMMAND}
+        -DTOOL=$<TARGET_FILE:${tool}>
+        -DSHELL_NAME=${shell}
+        -DOUTPUT=${${shell}}
+        -P ${CMAKE_SOURCE_DIR}/cmake/GenerateCompletionScript.cmake
+      DEPENDS ${tool} ${CMAKE_SOURCE_DIR}/cmake/GenerateCompletionScript.cmake
+      COMMENT "Generating the ${shell} completion script of ${tool}"
+      VERBATIM)
+  endforeach()
   add_custom_command(
-    OUTPUT ${CVDIAG_${upper}_COMPLETION}
+    OUTPUT ${man}
     COMMAND ${CMAKE_COMMAND}
-      -DTOOL=$<TARGET_FILE:CVDiag>
-      -DSHELL_NAME=${shell}
-      -DOUTPUT=${CVDIAG_${upper}_COMPLETION}
-      -P ${CMAKE_SOURCE_DIR}/cmake/GenerateCompletionScript.cmake
-    DEPENDS CVDiag ${CMAKE_SOURCE_DIR}/cmake/GenerateCompletionScript.cmake
-    COMMENT "Generating the ${shell} completion script"
+      -DTOOL=$<TARGET_FILE:${tool}>
+      -DVERSION=${CVDIAG_SHORT_VERSION}
+      -DOUTPUT=${man}
+      -P ${CMAKE_SOURCE_DIR}/cmake/GenerateManPage.cmake
+    DEPENDS ${tool} ${CMAKE_SOURCE_DIR}/cmake/GenerateManPage.cmake
+    COMMENT "Generating the manual page of ${tool}"
     VERBATIM)
-endforeach()
+  set(CVDIAG_INSTALL_FILES ${CVDIAG_INSTALL_FILES} ${bash} ${zsh} ${fish} ${man} PARENT_SCOPE)
 
-add_custom_command(
-  OUTPUT ${CVDIAG_MAN_PAGE}
-  COMMAND ${CMAKE_COMMAND}
-    -DTOOL=$<TARGET_FILE:CVDiag>
-    -DVERSION=${CVDIAG_SHORT_VERSION}
-    -DOUTPUT=${CVDIAG_MAN_PAGE}
-    -P ${CMAKE_SOURCE_DIR}/cmake/GenerateManPage.cmake
-  DEPENDS CVDiag ${CMAKE_SOURCE_DIR}/cmake/GenerateManPage.cmake
-  COMMENT "Generating the manual page"
-  VERBATIM)
+  install(TARGETS ${tool} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES ${bash} DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ${tool})
+  install(FILES ${zsh} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+  install(FILES ${fish} DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+  install(FILES ${man} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endfunction()
 
-add_custom_target(cvdiag_install_files ALL
-  DEPENDS ${CVDIAG_BASH_COMPLETION} ${CVDIAG_ZSH_COMPLETION} ${CVDIAG_FISH_COMPLETION}
-          ${CVDIAG_MAN_PAGE})
-
-install(TARGETS CVDiag RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(FILES ${CVDIAG_BASH_COMPLETION}
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME CVDiag)
-install(FILES ${CVDIAG_ZSH_COMPLETION}
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
-install(FILES ${CVDIAG_FISH_COMPLETION}
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
-install(FILES ${CVDIAG_MAN_PAGE} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+cvdiag_install_tool(CVDiag)
+cvdiag_install_tool(cvdiag-machine)
+add_custom_target(cvdiag_install_files ALL DEPENDS ${CVDIAG_INSTALL_FILES})
+# The recording script runs on the Mac; it is installed to be handed to users.
+install(PROGRAMS scripts/cvdiag-record DESTINATION ${CMAKE_INSTALL_DATADIR}/cvdiag)
 
 # An install into a scratch prefix puts every file where the shells and man
 # look for them.

@@ -1,0 +1,263 @@
+// cvdiag-record run against stub Mac tools that replay real diskutil
+// samples (fixtures/SOURCES.md), then cvdiag-machine import, check and
+// describe, and CVDiag on the imported folder. Whole texts are compared with
+// the files in expected/; CVDIAG_UPDATE_GOLDENS=1 writes them instead, to be
+// checked by hand against the samples.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "support/run_cvdiag.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+const fs::path kHere = fs::path(CVDIAG_SOURCE_DIR) / "tests/machine_tool";
+const char* const kScenarios[] = {"virtualbox-hfs", "apfs-usb-stick"};
+
+std::string readText(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+void expectGolden(const std::string& name, const std::string& actual) {
+  const fs::path golden = kHere / "expected" / name;
+  if (const char* update = std::getenv("CVDIAG_UPDATE_GOLDENS"); update && std::string(update) == "1") {
+    fs::create_directories(golden.parent_path());
+    std::ofstream(golden, std::ios::binary) << actual;
+    return;
+  }
+  EXPECT_EQ(actual, readText(golden)) << "golden file " << golden;
+}
+
+// A folder for one test, open to the unprivileged user the script runs as.
+class Scratch {
+ public:
+  Scratch() {
+    std::string pattern = (fs::temp_directory_path() / "cvdiag-record-XXXXXX").string();
+    dir_ = ::mkdtemp(pattern.data());
+    fs::permissions(dir_, fs::perms::all);
+  }
+  ~Scratch() {
+    std::error_code ec;
+    fs::remove_all(dir_, ec);
+  }
+  const fs::path& dir() const { return dir_; }
+  // The text with this folder's path written "<tmp>".
+  std::string masked(std::string text) const {
+    for (auto at = text.find(dir_.string()); at != std::string::npos; at = text.find(dir_.string()))
+      text.replace(at, dir_.string().size(), "<tmp>");
+    return text;
+  }
+
+ private:
+  fs::path dir_;
+};
+
+// The scenario's Mac (its "/" under root, the tools' answers beside it) and
+// the stub tools, copied so that a test may change them.
+fs::path copyMac(const Scratch& scratch, const std::string& scenario) {
+  const fs::path mac = scratch.dir() / "mac";
+  fs::copy(kHere / "fixtures" / scenario, mac, fs::copy_options::recursive);
+  fs::copy(kHere / "fixtures/stubs", scratch.dir() / "stubs", fs::copy_options::recursive);
+  for (const auto& entry : fs::recursive_directory_iterator(scratch.dir()))
+    fs::permissions(entry.path(), fs::perms::others_read | fs::perms::group_read |
+                                      (entry.is_directory() ? fs::perms::others_exec | fs::perms::group_exec
+                                                            : fs::perms::none),
+                    fs::perm_options::add);
+  return mac;
+}
+
+struct Recording {
+  cvdiag_test::RunResult run;
+  fs::path unpacked;  // the archive's one folder
+  std::string archiveName;
+};
+
+// Runs the script as a user without privileges, so that unreadable files are
+// unreadable, and unpacks what it wrote.
+Recording record(const Scratch& scratch, const fs::path& mac) {
+  const fs::path out = scratch.dir() / "out";
+  fs::create_directories(out);
+  fs::create_directories(scratch.dir() / "tmp");
+  fs::permissions(out, fs::perms::all);
+  fs::permissions(scratch.dir() / "tmp", fs::perms::all);
+  std::vector<std::string> args = {(fs::path(CVDIAG_SOURCE_DIR) / "scripts/cvdiag-record").string(), out.string()};
+  std::string program = "/bin/sh";
+  if (::geteuid() == 0) {
+    args.insert(args.begin(), {"--reuid=65534", "--regid=65534", "--clear-groups", "/bin/sh"});
+    program = "/usr/bin/setpriv";
+  }
+  Recording r;
+  r.run = cvdiag_test::runProgram(program, args,
+                                  {{"CVDIAG_STUB_DATA", mac.string()},
+                                   {"CVDIAG_RECORD_PATH", (scratch.dir() / "stubs").string() + ":/usr/bin:/bin"},
+                                   {"CVDIAG_RECORD_ROOT", (mac / "root").string()},
+                                   {"HOME", "/Users/ada"},
+                                   {"TMPDIR", (scratch.dir() / "tmp").string()}});
+  for (const auto& entry : fs::directory_iterator(out)) r.archiveName = entry.path().filename().string();
+  const fs::path unpacked = scratch.dir() / "unpacked";
+  fs::create_directories(unpacked);
+  cvdiag_test::runProgram("/usr/bin/tar", {"-xzf", (out / r.archiveName).string(), "-C", unpacked.string()});
+  for (const auto& entry : fs::directory_iterator(unpacked)) r.unpacked = entry.path();
+  return r;
+}
+
+// Every path of the archive, then the manifest.
+std::string archiveListing(const Recording& r) {
+  std::vector<std::string> paths;
+  for (const auto& entry : fs::recursive_directory_iterator(r.unpacked))
+    paths.push_back(entry.path().lexically_relative(r.unpacked).generic_string() + (entry.is_directory() ? "/" : ""));
+  std::sort(paths.begin(), paths.end());
+  std::string text;
+  for (const auto& p : paths) text += p + "\n";
+  return text + "--- manifest.txt\n" + readText(r.unpacked / "manifest.txt");
+}
+
+std::string withoutRevision(std::string report) {
+  return std::regex_replace(report, std::regex(R"(^(Corvane Diagnostics version: [0-9.]+ \([0-9]+-)[^)]*\))"),
+                            "$1<rev>)");
+}
+
+}  // namespace
+
+TEST(RecordScriptTest, ArchivesEverySampleMacAsItsToolsPrintedIt) {
+  for (const std::string scenario : kScenarios) {
+    SCOPED_TRACE(scenario);
+    Scratch scratch;
+    const fs::path mac = copyMac(scratch, scenario);
+    Recording r = record(scratch, mac);
+    ASSERT_EQ(r.run.status, 0) << r.run.err;
+    EXPECT_TRUE(std::regex_match(r.archiveName,
+                                 std::regex(R"(cvdiag-recording-Ada___s_Mac__mini_-\d{4}-\d\d-\d\dT\d{6}Z\.tar\.gz)")))
+        << r.archiveName;
+    EXPECT_EQ(r.run.out.rfind("cvdiag-record writes one file", 0), 0u);
+    expectGolden(scenario + "/archive.txt", archiveListing(r));
+    // Raw outputs, byte for byte.
+    const std::pair<const char*, const char*> same[] = {
+        {"diskutil/list.plist", "diskutil/list.plist"},
+        {"diskutil/info/disk0.plist", "diskutil/info/disk0.plist"},
+        {"ioreg/media.plist", "ioreg.plist"},
+        {"mount.txt", "mount.txt"},
+        {"bookmarks/com.tamarlin.Corvane.plist", "bookmarks.plist"},
+        {"home/Library/Preferences/com.tamarlin.Corvane.plist",
+         "root/Users/ada/Library/Preferences/com.tamarlin.Corvane.plist"},
+        {"settings/Nightly \"Ada's\" Copy — Zürich.cvsp/Session Settings.cvss",
+         "root/Users/ada/Library/Application Support/Corvane!/Nightly \"Ada's\" Copy — Zürich.cvsp/Session Settings.cvss"},
+        {"settings-dates/Nightly \"Ada's\" Copy — Zürich.cvsp/Session Settings.cvss", "dates"}};
+    for (const auto& [archived, original] : same) EXPECT_EQ(readText(r.unpacked / archived), readText(mac / original)) << archived;
+  }
+}
+
+TEST(RecordScriptTest, WhatCannotBeReadGoesToTheManifestAndTheRecordingGoesOn) {
+  Scratch scratch;
+  const fs::path mac = copyMac(scratch, "virtualbox-hfs");
+  fs::remove(mac / "root/Users/ada/Library/Preferences/com.tamarlin.Corvane.plist");
+  fs::permissions(mac / "root/Users/ada/Library/Application Support/Corvane!/Locked.cvsp/Session Settings.cvss",
+                  fs::perms::none);
+  fs::remove(mac / "ioreg.plist");
+  Recording r = record(scratch, mac);
+  ASSERT_EQ(r.run.status, 0) << r.run.err;
+  expectGolden("unreadable/archive.txt", archiveListing(r));
+
+  const fs::path folder = scratch.dir() / "machine";
+  auto imported = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"import", r.unpacked.string(), folder.string()});
+  EXPECT_EQ(imported.status, 0) << imported.err;
+  expectGolden("unreadable/import.txt", imported.out);
+  auto report = cvdiag_test::runCVDiag({"--all-diagnostics"}, {{"CVDIAG_MACHINE", folder.string()}});
+  expectGolden("unreadable/report.txt", withoutRevision(report.out));
+}
+
+TEST(ImportReplayTest, EverySampleMacReplaysThroughCVDiag) {
+  for (const std::string scenario : kScenarios) {
+    SCOPED_TRACE(scenario);
+    Scratch scratch;
+    Recording r = record(scratch, copyMac(scratch, scenario));
+    ASSERT_EQ(r.run.status, 0) << r.run.err;
+    const fs::path folder = scratch.dir() / "machine";
+    const fs::path archive = scratch.dir() / "out" / r.archiveName;
+    auto imported = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"import", archive.string(), folder.string()});
+    EXPECT_EQ(imported.status, 0) << imported.err;
+    expectGolden(scenario + "/import.txt", imported.out);
+    expectGolden(scenario + "/machine.json", readText(folder / "machine.json"));
+    auto checked = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"check", folder.string()});
+    expectGolden(scenario + "/check.txt", checked.out + "status " + std::to_string(checked.status) + "\n");
+    auto described = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"describe", folder.string()});
+    expectGolden(scenario + "/describe.txt", described.out);
+    auto report = cvdiag_test::runCVDiag({"--all-diagnostics"}, {{"CVDIAG_MACHINE", folder.string()}});
+    EXPECT_EQ(report.status, 0) << report.err;
+    expectGolden(scenario + "/report.txt", withoutRevision(report.out));
+    // The folder stays a folder: a second import into it is refused.
+    auto again = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"import", archive.string(), folder.string()});
+    EXPECT_EQ(again.status, 1);
+  }
+}
+
+TEST(ImportReplayTest, DamagedRecordingsGiveOneLineAndNoFolder) {
+  Scratch scratch;
+  const fs::path damaged = scratch.dir() / "damaged.tar.gz";
+  std::ofstream(damaged) << "\x1f\x8b not really gzip";
+  const fs::path hostile = scratch.dir() / "hostile";
+  fs::create_directories(hostile / "diskutil");
+  std::ofstream(hostile / "recording.txt") << "format 1\nhome /Users/../../escape\n";
+  std::ofstream(hostile / "diskutil/list.plist")
+      << "<plist><dict><key>AllDisks</key><array><string>disk0</string><string>..</string></array></dict></plist>";
+  fs::create_directories(hostile / "ioreg");
+  std::ofstream(hostile / "ioreg/media.plist") << "bplist00\xff\xff\xff";
+  struct Case {
+    fs::path recording;
+    int status;
+  } cases[] = {{damaged, 1}, {scratch.dir() / "missing", 1}, {hostile, 0}};
+  std::string text;
+  for (const auto& c : cases) {
+    auto run = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"import", c.recording.string(), (scratch.dir() / "m").string()});
+    EXPECT_EQ(run.status, c.status);
+    text += scratch.masked(run.out + run.err) + "--\n";
+  }
+  EXPECT_FALSE(fs::exists(scratch.dir() / "escape"));
+  expectGolden("damaged_recordings.txt", text);
+}
+
+TEST(CheckTest, NamesEveryFaultOfABrokenFolder) {
+  Scratch scratch;
+  Recording r = record(scratch, copyMac(scratch, "virtualbox-hfs"));
+  const fs::path folder = scratch.dir() / "machine";
+  ASSERT_EQ(cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"import", r.unpacked.string(), folder.string()}).status, 0);
+
+  // Faults the loader sees, one per part of machine.json, and faults in the files around it.
+  auto document = nlohmann::json::parse(readText(folder / "machine.json"));
+  const nlohmann::json original = document;
+  document["media"][0]["da"]["DAVolumePath"] = {{"$url", "Volumes/X"}};
+  document["media"][2]["da"]["DAVolumeUUID"] = {{"$uuid", "not-a-uuid"}};
+  document["media"][3]["volume"] = {{"statfs", {{"flags", -1}}}};
+  document["files"]["/Users/ada/x"] = {{"created", {{"$date", "yesterday"}}}};
+  std::ofstream(folder / "machine.json", std::ios::trunc) << document.dump(1);
+  std::ofstream(folder / "usr/sbin/diskutil.d/listFileSystems.plist", std::ios::trunc) << "<plist><array>";
+  fs::remove(folder / "usr/sbin/diskutil.d/info/disk0s3.plist");
+  fs::permissions(folder / "usr/bin/tmutil", fs::perms::owner_read);
+  std::ofstream(folder / "Users/ada/Library/Application Support/Corvane!/Nightly \"Ada's\" Copy — Zürich.cvsp/"
+                         "Session Settings.cvss",
+                std::ios::trunc)
+      << "<plist><dict><key>CVSourceVolume</key><integer>7</integer></dict></plist>";
+  auto broken = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"check", folder.string()});
+  EXPECT_EQ(broken.status, 1);
+
+  // A machine.json that loads, with faults of meaning.
+  document = original;
+  document["media"][1]["da"]["DAMediaSize"] = "209715200";
+  document["media"][3]["da"]["DAMediaBSDName"] = "disk0s1";
+  document["media"][2]["io"]["BSD Name"] = "disk9";
+  std::ofstream(folder / "machine.json", std::ios::trunc) << document.dump(1);
+  auto meaning = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"check", folder.string()});
+  EXPECT_EQ(meaning.status, 1);
+  expectGolden("check_broken.txt", broken.out + "--\n" + meaning.out);
+}
