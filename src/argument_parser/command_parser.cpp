@@ -192,10 +192,13 @@ void parsePositionalValues(const ArgumentSet& set, SplitArguments unused, Parsed
     do {
       std::optional<SplitElement> taken;
       if (d.parsingStrategy == ParsingStrategy::default_) {
-        auto found = std::find_if(stack.begin(), stack.end(), [](const SplitElement& e) { return e.isValue(); });
-        if (found == stack.end()) break;
-        taken = *found;
-        stack.erase(found);
+        // The words skipped on the way to a value leave the stack too: no
+        // later array swallows them, and an unknown option among them ends
+        // in its own error.
+        while (!stack.empty() && !stack.front().isValue()) stack.pop_front();
+        if (stack.empty()) break;
+        taken = stack.front();
+        stack.pop_front();
       } else {
         taken = stack.front();
         stack.pop_front();

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
 
 #include "argument_parser/characters.h"
 #include "argument_parser/command_parser.h"
@@ -427,15 +428,19 @@ std::optional<std::string> usageString(CommandType command) { return command->co
 // --- terminal -------------------------------------------------------------------
 
 namespace {
+// A decimal integer with at most one sign, "+" or "-", in front of its digits.
 std::optional<int> decimal(const std::optional<std::string>& text) {
   if (!text || text->empty()) return std::nullopt;
   std::string_view digits = *text;
-  if (digits.front() == '+') digits.remove_prefix(1);
-  if (digits.empty() || digits.front() == '+') return std::nullopt;
-  int value = 0;
+  const bool negative = digits.front() == '-';
+  if (negative || digits.front() == '+') digits.remove_prefix(1);
+  if (digits.empty() || digits.front() < '0' || digits.front() > '9') return std::nullopt;
+  long long value = 0;
   auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
   if (ec != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
-  return value;
+  if (negative) value = -value;
+  if (value < INT_MIN || value > INT_MAX) return std::nullopt;
+  return static_cast<int>(value);
 }
 }  // namespace
 

@@ -128,6 +128,9 @@ TEST(TerminalWidth, ColumnsFromTheEnvironmentWin) {
   EXPECT_EQ(terminalWidth(env("120")), 120);
   EXPECT_EQ(terminalWidth(env("+90")), 90);
   EXPECT_EQ(terminalWidth(env("-5")), -5);
+  // Anything else is no width: the one of the terminal or 80 is taken.
+  for (const char* text : {"+-5", "-+5", "++5", "--5", "5x", " 5", "", "+", "99999999999"})
+    EXPECT_EQ(terminalWidth(env(text)), terminalWidth(env(std::nullopt))) << text;
 }
 
 TEST(HelpNames, DefaultHiddenAndInherited) {

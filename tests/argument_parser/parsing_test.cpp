@@ -52,9 +52,10 @@ struct PostTerminator : ParsableCommand {
 
 struct Unrecognized : ParsableCommand {
   Flag<bool> known{false, {}};
+  Argument<std::optional<std::string>> first;
   Argument<std::vector<std::string>> other{{.parsing = ArgumentArrayParsingStrategy::allUnrecognized}};
   static void declare(Declarations<Unrecognized>& d) {
-    d("known", &Unrecognized::known)("other", &Unrecognized::other);
+    d("known", &Unrecognized::known)("first", &Unrecognized::first)("other", &Unrecognized::other);
   }
 };
 
@@ -156,13 +157,23 @@ TEST(Positionals, PostTerminatorAllUnrecognizedAndUnconditionalRemaining) {
   EXPECT_EQ(post->files.value(), (std::vector<std::string>{"a", "b"}));
   EXPECT_EQ(post->passed.value(), (std::vector<std::string>{"c", "--d"}));
 
-  auto unrecognized = parse<Unrecognized>({"x", "--known", "--unknown", "-z"});
+  auto unrecognized = parse<Unrecognized>({"x", "--known", "--unknown", "-z", "y"});
   EXPECT_TRUE(unrecognized->known.value());
-  EXPECT_EQ(unrecognized->other.value(), (std::vector<std::string>{"x", "--unknown", "-z"}));
+  EXPECT_EQ(unrecognized->first.value(), "x");
+  EXPECT_EQ(unrecognized->other.value(), (std::vector<std::string>{"--unknown", "-z", "y"}));
 
   auto rest = parse<UnconditionalRest>({"git", "--version", "-C", "dir"});
   EXPECT_EQ(rest->tool.value(), "git");
   EXPECT_EQ(rest->arguments.value(), (std::vector<std::string>{"--version", "-C", "dir"}));
+}
+
+// A positional skips dash-led words on its way to a value, and they leave
+// with it: no later array swallows them, and an unknown one is its error.
+TEST(Positionals, WordsSkippedForAValueAreLeftForNoArray) {
+  for (auto error : {parseError<UnconditionalRest>({"--x", "git", "a"}), parseError<Unrecognized>({"-z", "x"})}) {
+    EXPECT_EQ(error.parserError.kind, C::unknownOption);
+    EXPECT_EQ(error.parserError.origin, InputOrigin(Index{InputIndex{0}, SubIndex::complete()}));
+  }
 }
 
 TEST(Flags, CountingInvertedExclusiveAndEnumerable) {
