@@ -59,18 +59,28 @@ std::string errorDescription(const std::exception_ptr& error) {
 
 namespace {
 
+std::string quoted(const std::string& text) { return "'" + text + "'"; }
+
+// "'a', 'b', 'c'".
+std::string quotedList(const std::vector<std::string>& texts) {
+  std::string list;
+  for (const auto& text : texts) list += (list.empty() ? "" : ", ") + quoted(text);
+  return list;
+}
+
+// "--name <value>", or "<value>" without a name.
+std::string withValueName(const std::optional<Name>& name, const std::string& valueName) {
+  return (name ? name->synopsisString() + " " : std::string()) + "<" + valueName + ">";
+}
+
 std::string quotedValueList(const std::vector<std::string>& values) {
   if (values.empty()) return {};
   if (values.size() < 6) {
-    std::vector<std::string> quoted;
-    for (const auto& v : values) quoted.push_back("'" + v + "'");
     std::string list;
-    if (quoted.size() <= 2) {
-      list = quoted[0] + (quoted.size() == 2 ? " and " + quoted[1] : "");
-    } else {
-      for (std::size_t i = 0; i + 1 < quoted.size(); ++i) list += (i ? ", " : "") + quoted[i];
-      list += " or " + quoted.back();
-    }
+    if (values.size() <= 2)
+      list = quoted(values[0]) + (values.size() == 2 ? " and " + quoted(values[1]) : "");
+    else
+      list = quotedList({values.begin(), values.end() - 1}) + " or " + quoted(values.back());
     return ". Please provide one of " + list + ".";
   }
   std::string list = ". Please provide one of the following:\n";
@@ -85,18 +95,17 @@ std::string originText(const InputOrigin& origin, const std::vector<std::string>
   const auto& index = *smallest.argumentIndex;
   auto at = static_cast<std::size_t>(index.inputIndex.rawValue);
   std::string word = at < input.size() ? input[at] : std::string();
-  if (index.subIndex.isComplete) return "flag '" + word + "'";
+  if (index.subIndex.isComplete) return "flag " + quoted(word);
   auto letters = characters(word);
   auto k = static_cast<std::size_t>(index.subIndex.sub) + 1;
   std::string letter = k < letters.size() ? letters[k] : std::string();
-  return "flag '" + letter + "' in '" + word + "'";
+  return "flag " + quoted(letter) + " in " + quoted(word);
 }
 
 std::string nameAndValue(const ArgumentDefinition& d, const std::optional<Name>& name) {
   std::optional<Name> shown = name;
   if (!shown && !d.names().empty()) shown = d.names().front();
-  if (shown) return shown->synopsisString() + " <" + d.valueName() + ">";
-  return "<" + d.valueName() + ">";
+  return withValueName(shown, d.valueName());
 }
 
 }  // namespace
@@ -112,14 +121,15 @@ std::optional<std::string> ErrorMessageGenerator::makeErrorMessage() const {
     case C::dumpHelpRequested:
       return std::nullopt;
     case C::unsupportedShell: {
-      std::string head = e.text ? "Can't generate completion scripts for '" + *e.text + "'."
+      std::string head = e.text ? "Can't generate completion scripts for " + quoted(*e.text) + "."
                                 : std::string("Can't autodetect a supported shell.");
       return head + "\nPlease use --generate-completion-script=<shell> with one of:\n    zsh, bash, fish";
     }
     case C::unknownOption: {
       const Name& name = *e.name;
       std::string n = name.synopsisString();
-      if (name.isShort()) return "Unknown option '" + n + "'";
+      const std::string unknown = "Unknown option " + quoted(n);
+      if (name.isShort()) return unknown;
       std::optional<Name> best;
       int bestDistance = 0;
       for (const auto& d : arguments)
@@ -132,26 +142,25 @@ std::optional<std::string> ErrorMessageGenerator::makeErrorMessage() const {
             bestDistance = distance;
           }
         }
-      if (!best) return "Unknown option '" + n + "'";
-      return "Unknown option '" + n + "'. Did you mean '" + best->synopsisString() + "'?";
+      if (!best) return unknown;
+      return unknown + ". Did you mean " + quoted(best->synopsisString()) + "?";
     }
     case C::invalidOption:
       return "Invalid option: " + e.text.value_or("");
     case C::nonAlphanumericShortOption:
       return "Invalid option: -" + e.text.value_or("");
     case C::missingValueForOption: {
-      std::string n = e.name->synopsisString();
-      if (const auto* d = arguments.first(*e.name)) return "Missing value for '" + n + " <" + d->valueName() + ">'";
-      return "Missing value for '" + n + "'";
+      const auto* d = arguments.first(*e.name);
+      return "Missing value for " + quoted(d ? withValueName(e.name, d->valueName()) : e.name->synopsisString());
     }
     case C::unexpectedValueForOption:
-      return "The option '" + e.name->synopsisString() + "' does not take any value, but '" + e.value +
-             "' was specified.";
+      return "The option " + quoted(e.name->synopsisString()) + " does not take any value, but " + quoted(e.value) +
+             " was specified.";
     case C::unexpectedExtraValues: {
-      if (e.extraValues.size() == 1) return "Unexpected argument '" + e.extraValues.front().second + "'";
-      std::string list;
-      for (const auto& [origin, text] : e.extraValues) list += (list.empty() ? "'" : ", '") + text + "'";
-      return std::to_string(e.extraValues.size()) + " unexpected arguments: " + list;
+      if (e.extraValues.size() == 1) return "Unexpected argument " + quoted(e.extraValues.front().second);
+      std::vector<std::string> texts;
+      for (const auto& [origin, text] : e.extraValues) texts.push_back(text);
+      return std::to_string(texts.size()) + " unexpected arguments: " + quotedList(texts);
     }
     case C::duplicateExclusiveValues:
       return "Value to be set with " + originText(e.duplicate, e.originalInput) + " had already been set with " +
@@ -166,10 +175,8 @@ std::optional<std::string> ErrorMessageGenerator::makeErrorMessage() const {
       if (synopses.empty())
         return "No value set for non-argument var " + e.key.description() +
                ". Replace with a static variable, or let constant.";
-      if (synopses.size() == 1) return "Missing expected argument '" + synopses.front() + "'";
-      std::string list;
-      for (const auto& s : synopses) list += (list.empty() ? "'" : ", '") + s + "'";
-      return "Missing one of: " + list;
+      if (synopses.size() == 1) return "Missing expected argument " + quoted(synopses.front());
+      return "Missing one of: " + quotedList(synopses);
     }
     case C::unableToParseValue: {
       const auto* d = arguments.first(e.key);
@@ -180,10 +187,9 @@ std::optional<std::string> ErrorMessageGenerator::makeErrorMessage() const {
         detail = ": " + errorDescription(e.error);
       else if (d)
         detail = quotedValueList(d->help.allValueStrings);
-      std::string head = "The value '" + e.value + "' is invalid";
-      if (e.name && valueName) return head + " for '" + e.name->synopsisString() + " <" + *valueName + ">'" + detail;
-      if (valueName) return head + " for '<" + *valueName + ">'" + detail;
-      if (e.name) return head + " for '" + e.name->synopsisString() + "'" + detail;
+      std::string head = "The value " + quoted(e.value) + " is invalid";
+      if (valueName) return head + " for " + quoted(withValueName(e.name, *valueName)) + detail;
+      if (e.name) return head + " for " + quoted(e.name->synopsisString()) + detail;
       return head + "." + detail;
     }
     case C::userValidationError:
@@ -218,7 +224,7 @@ std::optional<std::string> ErrorMessageGenerator::makeHelpMessage() const {
     case C::missingValueForOption: {
       const auto* d = arguments.first(*error.name);
       if (!d) return std::nullopt;
-      return error.name->synopsisString() + " <" + d->valueName() + ">  " + d->help.abstract;
+      return withValueName(error.name, d->valueName()) + "  " + d->help.abstract;
     }
     case C::unableToParseValue: {
       const auto* d = arguments.first(error.key);
