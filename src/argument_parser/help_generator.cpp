@@ -119,33 +119,30 @@ std::optional<Name> primaryHelpName(const CommandStack& stack) {
   return preferredName(helpNames(stack, ArgumentVisibility::default_));
 }
 
+namespace {
+
+// A flag that the framework answers itself (help, version): shown in help,
+// optional, and never stored.
+ArgumentDefinition builtInFlag(std::vector<Name> names, const char* key, const char* abstract) {
+  ArgumentDefinition flag;
+  flag.kind = ArgumentDefinition::Kind::named(std::move(names));
+  flag.help.options = ArgumentDefinition::Help::isOptional;
+  flag.help.keys = {InputKey(key)};
+  flag.help.abstract = abstract;
+  flag.update = ArgumentDefinition::Update::makeNullary([](auto&, auto&, auto&) {});
+  flag.initial = [](const InputOrigin&, ParsedValues&) {};
+  return flag;
+}
+
+}  // namespace
+
 ArgumentSet argumentsForHelp(const CommandStack& stack, ArgumentVisibility visibility) {
   ArgumentSet set = stack.back()->argumentSet(visibility);
-  auto noUpdate = ArgumentDefinition::Update::makeNullary([](auto&, auto&, auto&) {});
-  auto noInitial = [](const InputOrigin&, ParsedValues&) {};
   bool hasVersion = std::any_of(stack.begin(), stack.end(),
                                 [](CommandType c) { return !c->configuration().version.empty(); });
-  if (hasVersion) {
-    ArgumentDefinition version;
-    version.kind = ArgumentDefinition::Kind::named({Name::makeLong("version")});
-    version.help.options = ArgumentDefinition::Help::isOptional;
-    version.help.keys = {InputKey("")};
-    version.help.abstract = "Show the version.";
-    version.update = noUpdate;
-    version.initial = noInitial;
-    set.append(std::move(version));
-  }
+  if (hasVersion) set.append(builtInFlag({Name::makeLong("version")}, "", "Show the version."));
   auto names = helpNames(stack, ArgumentVisibility::default_);
-  if (!names.empty()) {
-    ArgumentDefinition help;
-    help.kind = ArgumentDefinition::Kind::named(names);
-    help.help.options = ArgumentDefinition::Help::isOptional;
-    help.help.keys = {InputKey("help")};
-    help.help.abstract = "Show help information.";
-    help.update = noUpdate;
-    help.initial = noInitial;
-    set.append(std::move(help));
-  }
+  if (!names.empty()) set.append(builtInFlag(std::move(names), "help", "Show help information."));
   return set;
 }
 
