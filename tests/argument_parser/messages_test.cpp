@@ -212,21 +212,11 @@ TEST(ExitPath, SeeLineFollowsTheHelpNamesAndTheUsage) {
 
 TEST(ExitPath, MessageFunctionsReadTheSameInformation) {
   auto error = std::make_exception_ptr(ValidationError("Bad."));
-  EXPECT_EQ(message(typeOf<Repeat>(), error), "Bad.");
-  EXPECT_EQ(fullMessage(typeOf<Repeat>(), error),
-            "Error: Bad.\n"
-            "Usage: repeat [--count <count>] [--include-counter] <phrase>\n"
-            "  See 'repeat --help' for more information.");
-  EXPECT_EQ(exitCode(typeOf<Repeat>(), error), ExitCode::validationFailure());
-  EXPECT_EQ(exitCode(typeOf<Repeat>(), std::make_exception_ptr(ExitCode(9))).rawValue, 9);
-  EXPECT_EQ(CleanExit::helpRequest().description(), "--help");
-  EXPECT_EQ(CleanExit::dumpRequest().description(), "--experimental-dump-help");
-  std::ostringstream out, err;
-  int exited = -1;
-  ProcessIO io{out, err, [&exited](int s) { exited = s; }};
-  EXPECT_EQ(exitWithError(typeOf<Repeat>(), nullptr, io), 0);
-  EXPECT_EQ(exited, 0);
-  EXPECT_EQ(out.str() + err.str(), "");
+  EXPECT_EQ(message(typeOf<Failing>(), error), "Bad.");
+  EXPECT_EQ(fullMessage(typeOf<Failing>(), error), "Error: Bad.\nUsage: failing [--mode <mode>]\n"
+                                                   "  See 'failing --help' for more information.");
+  EXPECT_EQ(exitCode(typeOf<Failing>(), error), ExitCode::validationFailure());
+  EXPECT_EQ(exitCode(typeOf<Failing>(), std::make_exception_ptr(ExitCode(9))).rawValue, 9);
 }
 
 }  // namespace
