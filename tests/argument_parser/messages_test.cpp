@@ -34,18 +34,11 @@ TEST(ErrorMessages, EachFaultOfTheInputHasItsOwnWordsAndTheShortUsage) {
       {{"x", "--countt", "2"}, "Unknown option '--countt'. Did you mean '--count'?\n"},
       // The nearest name wins over an earlier, farther one.
       {{"x", "--include-countr"}, "Unknown option '--include-countr'. Did you mean '--include-counter'?\n"},
-      // Four edits are too many; a short name is never given a suggestion.
+      // Four edits are too many.
       {{"x", "--cxxxx"}, "Unknown option '--cxxxx'\n"},
-      {{"x", "-c"}, "Unknown option '-c'\n"},
-      {{"x", "-count"}, "Unknown option '-count'. Did you mean '--count'?\n"},
       {{"x", "--count"}, "Missing value for '--count <count>'\n" + countHelp},
       {{"x", "--count", "two"}, "The value 'two' is invalid for '--count <count>'\n" + countHelp},
-      {{"x", "--include-counter=yes"},
-       "The option '--include-counter' does not take any value, but 'yes' was specified.\n"},
       {{"a", "b"}, "Unexpected argument 'b'\n"},
-      {{"a", "b", "c"}, "2 unexpected arguments: 'b', 'c'\n"},
-      {{"a", "--", "--count"}, "Unexpected argument '--count'\n"},
-      {{"---"}, "Invalid option: ---\n"},
       {{"x", "-=x"}, "Invalid option: -=x\n"},
   };
   for (const auto& c : cases) {

@@ -143,15 +143,6 @@ TEST(Positionals, FillInDeclarationOrderAndArraysTakeTheRest) {
   EXPECT_EQ(parse<Positionals>({"a", "1", "--", "--verbose"})->rest.value(), std::vector<std::string>{"--verbose"});
 }
 
-TEST(Positionals, BadAndMissingValuesFail) {
-  auto bad = parseError<Positionals>({"a", "two"});
-  EXPECT_EQ(bad.parserError.kind, C::unableToParseValue);
-  EXPECT_EQ(bad.parserError.value, "two");
-  auto missing = parseError<Positionals>({"--verbose"});
-  EXPECT_EQ(missing.parserError.kind, C::noValue);
-  EXPECT_EQ(missing.parserError.key.name, "first");
-}
-
 TEST(Positionals, PostTerminatorAllUnrecognizedAndUnconditionalRemaining) {
   auto post = parse<PostTerminator>({"a", "b", "--", "c", "--d"});
   EXPECT_EQ(post->files.value(), (std::vector<std::string>{"a", "b"}));

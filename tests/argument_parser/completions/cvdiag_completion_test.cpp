@@ -43,7 +43,6 @@ TEST(CVDiagCompletionScripts, RefusalsGoToStandardErrorWithTheUsage) {
     std::string err;
   } cases[] = {
       {{"--generate-completion-script"}, "/bin/sh", "Can't autodetect a supported shell.\n" + shellList},
-      {{"--generate-completion-script"}, "", "Can't autodetect a supported shell.\n" + shellList},
       // A named shell wins over SHELL, even one that is unknown.
       {{"--generate-completion-script", "tcsh"}, "/bin/bash",
        "Can't generate completion scripts for 'tcsh'.\n" + shellList},
