@@ -127,16 +127,11 @@ TEST(TerminalWidth, ColumnsFromTheEnvironmentWin) {
     EXPECT_EQ(terminalWidth(env(text)), terminalWidth(env(std::nullopt))) << text;
 }
 
-TEST(HelpNames, DefaultHiddenAndInherited) {
-  auto synopses = [](const std::vector<Name>& names) {
-    std::string text;
-    for (const auto& n : names) text += n.synopsisString() + " ";
-    return text;
-  };
-  EXPECT_EQ(synopses(helpNames({typeOf<Repeat>()}, ArgumentVisibility::default_)), "-h --help ");
-  EXPECT_EQ(synopses(helpNames({typeOf<Repeat>()}, ArgumentVisibility::hidden)), "--help-hidden ");
-  EXPECT_EQ(synopses(helpNames({typeOf<Described>()}, ArgumentVisibility::default_)), "--help ");
-  EXPECT_EQ(primaryHelpName({typeOf<Math>(), typeOf<Add>()})->synopsisString(), "--help");
+// The hidden form drops short names; the default names are in the goldens.
+TEST(HelpNames, HiddenHelpHasOnlyLongNames) {
+  auto names = helpNames({typeOf<Repeat>()}, ArgumentVisibility::hidden);
+  ASSERT_EQ(names.size(), 1u);
+  EXPECT_EQ(names.front().synopsisString(), "--help-hidden");
 }
 
 }  // namespace

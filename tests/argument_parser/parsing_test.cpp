@@ -259,11 +259,6 @@ TEST(Subcommands, NamesAliasesAndTheDefault) {
   EXPECT_EQ(Add::lastSum, 11);
   EXPECT_NE(std::dynamic_pointer_cast<Multiply>(parseAsRoot<Math>({"times", "2"})), nullptr);
   EXPECT_NE(std::dynamic_pointer_cast<Stats>(parseAsRoot<Math>({"stats"})), nullptr);
-
-  auto invalid = parseError<Math>({"multiply", "1", "2", "3", "4"});
-  EXPECT_EQ(invalid.parserError.kind, C::userValidationError);
-  ASSERT_EQ(invalid.commandStack.size(), 2u);
-  EXPECT_EQ(invalid.commandStack[1], typeOf<Multiply>());
 }
 
 TEST(BuiltInRequests, HelpVersionAndDumpAreFoundBeforeLeftovers) {
