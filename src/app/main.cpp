@@ -1,6 +1,9 @@
-// Process entry: sets up the platform (a machine folder or this host), then
-// hands the command line to the command.
+// Process entry: parses the command line, then sets up the platform (a
+// machine folder or this host) and runs the command. Help, usage errors and
+// the completion scripts need no machine, so a broken folder cannot change
+// them; only a run that reads the machine fails on it.
 #include <cstdio>
+#include <optional>
 #include <variant>
 
 #include "argument_parser/main.h"
@@ -8,7 +11,10 @@
 #include "bundle_info.inc"
 #include "platform/machine/machine_platform.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+// Installs the platform; on failure prints its one line and gives status 1.
+std::optional<int> installPlatform() {
   platform::Dictionary info{
       {"CFBundleShortVersionString", CVDIAG_SHORT_VERSION},
       {"CurrentProjectVersion", CVDIAG_PROJECT_VERSION},
@@ -21,5 +27,9 @@ int main(int argc, char** argv) {
     return 1;
   }
   platform::install(std::move(std::get<platform::Platform>(made)));
-  return ArgumentParser::main<CVDiag>(argc, argv);
+  return std::nullopt;
 }
+
+}  // namespace
+
+int main(int argc, char** argv) { return ArgumentParser::main<CVDiag>(argc, argv, installPlatform); }

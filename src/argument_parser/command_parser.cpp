@@ -80,88 +80,84 @@ bool hasLetterElements(const SplitArguments& split, const SplitElement& element)
   return false;
 }
 
-void parseValue(const ArgumentDefinition& argument, const ParsedArgument& parsed, const InputOrigin& origin,
-                const SplitElement& element, SplitArguments& input, InputOrigin& usedOrigins, ParsedValues& values) {
-  const Name& name = parsed.name;
-  const auto& update = argument.update.unary;
+// One value of a named argument and the origins it uses: the option's own
+// and those of the words it was taken from.
+struct TakenValue {
+  InputOrigin origin;
+  std::string text;
+};
 
-  // A value joined to a short letter: `-ofile`.
-  std::optional<std::pair<InputOrigin, std::string>> joined;
+// The value joined to a short letter (`-ofile`): when the argument allows it
+// and `element` is the first letter of a group, the word's text behind its
+// first two characters; it uses also the whole word.
+std::optional<TakenValue> joinedValue(const ArgumentDefinition& argument, const SplitElement& element,
+                                      const InputOrigin& origin, const SplitArguments& input) {
   bool allowsJoined = std::any_of(argument.names().begin(), argument.names().end(),
                                   [](const Name& n) { return n.isShort() && n.allowingJoined; });
-  if (allowsJoined && !element.index.subIndex.isComplete && element.index.subIndex.sub == 0) {
-    auto word = input.originalInput()[static_cast<std::size_t>(element.index.inputIndex.rawValue)];
-    auto chars = characters(word);
-    std::string rest;
-    for (std::size_t i = 2; i < chars.size(); ++i) rest += chars[i];
-    InputOrigin joinedOrigin = origin;
-    joinedOrigin.formUnion(InputOrigin(Index{element.index.inputIndex, SubIndex::complete()}));
-    joined = std::make_pair(joinedOrigin, rest);
-  }
-  std::optional<std::pair<InputOrigin, std::string>> attachedOrJoined;
+  const auto& index = element.index;
+  if (!allowsJoined || index.subIndex.isComplete || index.subIndex.sub != 0) return std::nullopt;
+  auto chars = characters(input.originalInput()[static_cast<std::size_t>(index.inputIndex.rawValue)]);
+  std::string rest;
+  for (std::size_t i = 2; i < chars.size(); ++i) rest += chars[i];
+  return TakenValue{origin.unioned(InputOrigin(Index{index.inputIndex, SubIndex::complete()})), rest};
+}
+
+// The values that the option `element` (parsed as `parsed`, at `origin`)
+// takes by its argument's parsing strategy, in order: the value attached with
+// "=", else the joined one, then the words behind it that the strategy takes,
+// which are marked used in `input`. The option's origin is used by every
+// value. Fails with missingValueForOption when the strategy needs a value
+// and none is found, and with invalidState for the strategies of positional
+// arrays. An empty result is possible only for allRemainingInput.
+std::vector<TakenValue> takeValues(const ArgumentDefinition& argument, const ParsedArgument& parsed,
+                                   const SplitElement& element, const InputOrigin& origin, SplitArguments& input) {
+  std::optional<TakenValue> attachedOrJoined;
   if (parsed.value)
-    attachedOrJoined = std::make_pair(origin, *parsed.value);
-  else if (joined)
-    attachedOrJoined = joined;
-
-  auto store = [&](const InputOrigin& from, const std::string& text) {
-    update(from, name, text, values);
-    usedOrigins.formUnion(from);
+    attachedOrJoined = TakenValue{origin, *parsed.value};
+  else
+    attachedOrJoined = joinedValue(argument, element, origin, input);
+  auto behindOrigin = [&origin](std::optional<std::pair<Index, std::string>> next) -> std::optional<TakenValue> {
+    if (!next) return std::nullopt;
+    return TakenValue{origin.unioned(InputOrigin(next->first)), std::move(next->second)};
   };
-  auto storeNext = [&](std::optional<std::pair<Index, std::string>> next) {
-    if (!next) return false;
-    store(origin.unioned(InputOrigin(next->first)), next->second);
-    return true;
-  };
+  const auto missing = [&] { return ParserError::missingValueForOption(origin, parsed.name); };
 
+  std::vector<TakenValue> taken;
   switch (argument.parsingStrategy) {
     case ParsingStrategy::default_:
-      if (attachedOrJoined)
-        store(attachedOrJoined->first, attachedOrJoined->second);
-      else if (!storeNext(input.popNextElementIfValue(origin)))
-        throw ParserError::missingValueForOption(origin, name);
-      break;
     case ParsingStrategy::scanningForValue:
-      if (attachedOrJoined)
-        store(attachedOrJoined->first, attachedOrJoined->second);
-      else if (!storeNext(input.popNextValue(origin)))
-        throw ParserError::missingValueForOption(origin, name);
-      break;
-    case ParsingStrategy::unconditional:
-      if (attachedOrJoined)
-        store(attachedOrJoined->first, attachedOrJoined->second);
-      else if (!storeNext(input.popNextElementAsValue(origin)))
-        throw ParserError::missingValueForOption(origin, name);
-      break;
+    case ParsingStrategy::unconditional: {
+      if (attachedOrJoined) return {*attachedOrJoined};
+      std::optional<std::pair<Index, std::string>> next;
+      if (argument.parsingStrategy == ParsingStrategy::default_)
+        next = input.popNextElementIfValue(origin);
+      else if (argument.parsingStrategy == ParsingStrategy::scanningForValue)
+        next = input.popNextValue(origin);
+      else
+        next = input.popNextElementAsValue(origin);
+      if (!next) throw missing();
+      return {*behindOrigin(std::move(next))};
+    }
     case ParsingStrategy::allRemainingInput:
-      argument.initial(origin, values);
-      usedOrigins.formUnion(origin);
-      if (attachedOrJoined) store(attachedOrJoined->first, attachedOrJoined->second);
-      while (storeNext(input.popNextElementAsValue(origin))) {
-      }
-      break;
+      if (attachedOrJoined) taken.push_back(*attachedOrJoined);
+      while (auto next = behindOrigin(input.popNextElementAsValue(origin))) taken.push_back(std::move(*next));
+      return taken;
     case ParsingStrategy::upToNextOption: {
-      bool any = false;
-      if (attachedOrJoined) {
-        store(attachedOrJoined->first, attachedOrJoined->second);
-        any = true;
-      }
-      usedOrigins.formUnion(origin);
+      if (attachedOrJoined) taken.push_back(*attachedOrJoined);
       input.removeAll(origin);
       auto next = input.peekNext();
       if (next && next->second.isValue()) {
-        while (auto value = input.popNextElementIfValue()) {
-          store(origin.unioned(InputOrigin(value->first)), value->second);
-          any = true;
-        }
+        while (auto value = input.popNextElementIfValue())
+          taken.push_back({origin.unioned(InputOrigin(value->first)), std::move(value->second)});
       }
-      if (!any) throw ParserError::missingValueForOption(origin, name);
-      break;
+      if (taken.empty()) throw missing();
+      return taken;
     }
     case ParsingStrategy::postTerminator:
     case ParsingStrategy::allUnrecognized:
-      throw ParserError::simple(ParserError::Case::invalidState);
+      break;
   }
+  throw ParserError::simple(ParserError::Case::invalidState);
 }
 
 void parsePositionalValues(const ArgumentSet& set, SplitArguments unused, ParsedValues& values) {
@@ -192,10 +188,13 @@ void parsePositionalValues(const ArgumentSet& set, SplitArguments unused, Parsed
     do {
       std::optional<SplitElement> taken;
       if (d.parsingStrategy == ParsingStrategy::default_) {
-        auto found = std::find_if(stack.begin(), stack.end(), [](const SplitElement& e) { return e.isValue(); });
-        if (found == stack.end()) break;
-        taken = *found;
-        stack.erase(found);
+        // The words skipped on the way to a value leave the stack too: no
+        // later array swallows them, and an unknown option among them ends
+        // in its own error.
+        while (!stack.empty() && !stack.front().isValue()) stack.pop_front();
+        if (stack.empty()) break;
+        taken = stack.front();
+        stack.pop_front();
       } else {
         taken = stack.front();
         stack.pop_front();
@@ -250,7 +249,12 @@ ParsedValues lenientParse(const ArgumentSet& set, SplitArguments& all, const std
           argument.update.nullary(origin, parsed.name, values);
           usedOrigins.formUnion(origin);
         } else {
-          parseValue(argument, parsed, origin, element, input, usedOrigins, values);
+          if (argument.parsingStrategy == ParsingStrategy::allRemainingInput) argument.initial(origin, values);
+          usedOrigins.formUnion(origin);
+          for (const auto& [from, text] : takeValues(argument, parsed, element, origin, input)) {
+            argument.update.unary(from, parsed.name, text, values);
+            usedOrigins.formUnion(from);
+          }
         }
         break;
       }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
 
 #include "argument_parser/characters.h"
 #include "argument_parser/command_parser.h"
@@ -118,33 +119,30 @@ std::optional<Name> primaryHelpName(const CommandStack& stack) {
   return preferredName(helpNames(stack, ArgumentVisibility::default_));
 }
 
+namespace {
+
+// A flag that the framework answers itself (help, version): shown in help,
+// optional, and never stored.
+ArgumentDefinition builtInFlag(std::vector<Name> names, const char* key, const char* abstract) {
+  ArgumentDefinition flag;
+  flag.kind = ArgumentDefinition::Kind::named(std::move(names));
+  flag.help.options = ArgumentDefinition::Help::isOptional;
+  flag.help.keys = {InputKey(key)};
+  flag.help.abstract = abstract;
+  flag.update = ArgumentDefinition::Update::makeNullary([](auto&, auto&, auto&) {});
+  flag.initial = [](const InputOrigin&, ParsedValues&) {};
+  return flag;
+}
+
+}  // namespace
+
 ArgumentSet argumentsForHelp(const CommandStack& stack, ArgumentVisibility visibility) {
   ArgumentSet set = stack.back()->argumentSet(visibility);
-  auto noUpdate = ArgumentDefinition::Update::makeNullary([](auto&, auto&, auto&) {});
-  auto noInitial = [](const InputOrigin&, ParsedValues&) {};
   bool hasVersion = std::any_of(stack.begin(), stack.end(),
                                 [](CommandType c) { return !c->configuration().version.empty(); });
-  if (hasVersion) {
-    ArgumentDefinition version;
-    version.kind = ArgumentDefinition::Kind::named({Name::makeLong("version")});
-    version.help.options = ArgumentDefinition::Help::isOptional;
-    version.help.keys = {InputKey("")};
-    version.help.abstract = "Show the version.";
-    version.update = noUpdate;
-    version.initial = noInitial;
-    set.append(std::move(version));
-  }
+  if (hasVersion) set.append(builtInFlag({Name::makeLong("version")}, "", "Show the version."));
   auto names = helpNames(stack, ArgumentVisibility::default_);
-  if (!names.empty()) {
-    ArgumentDefinition help;
-    help.kind = ArgumentDefinition::Kind::named(names);
-    help.help.options = ArgumentDefinition::Help::isOptional;
-    help.help.keys = {InputKey("help")};
-    help.help.abstract = "Show help information.";
-    help.update = noUpdate;
-    help.initial = noInitial;
-    set.append(std::move(help));
-  }
+  if (!names.empty()) set.append(builtInFlag(std::move(names), "help", "Show help information."));
   return set;
 }
 
@@ -427,15 +425,19 @@ std::optional<std::string> usageString(CommandType command) { return command->co
 // --- terminal -------------------------------------------------------------------
 
 namespace {
+// A decimal integer with at most one sign, "+" or "-", in front of its digits.
 std::optional<int> decimal(const std::optional<std::string>& text) {
   if (!text || text->empty()) return std::nullopt;
   std::string_view digits = *text;
-  if (digits.front() == '+') digits.remove_prefix(1);
-  if (digits.empty() || digits.front() == '+') return std::nullopt;
-  int value = 0;
+  const bool negative = digits.front() == '-';
+  if (negative || digits.front() == '+') digits.remove_prefix(1);
+  if (digits.empty() || digits.front() < '0' || digits.front() > '9') return std::nullopt;
+  long long value = 0;
   auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
   if (ec != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
-  return value;
+  if (negative) value = -value;
+  if (value < INT_MIN || value > INT_MAX) return std::nullopt;
+  return static_cast<int>(value);
 }
 }  // namespace
 

@@ -11,20 +11,10 @@
 #include "argument_parser/argument_definition.h"
 #include "argument_parser/command_configuration.h"
 #include "argument_parser/environment.h"
+#include "argument_parser/error_message_generator.h"
 #include "argument_parser/errors.h"
 
 namespace ArgumentParser {
-
-// The words of a ParserError against the arguments of the failing command.
-struct ErrorMessageGenerator {
-  ArgumentSet arguments;
-  ParserError error;
-  std::optional<std::string> makeErrorMessage() const;
-  std::optional<std::string> makeHelpMessage() const;
-};
-
-// Levenshtein distance in characters.
-int editDistance(const std::string& a, const std::string& b);
 
 struct MessageInfo {
   enum class Kind { help, validation, other };

@@ -35,7 +35,6 @@ class ParsedValues {
 
   const Element* element(const InputKey& key) const;
   Element* element(const InputKey& key);
-  void setElement(Element element) { elements_[element.key] = std::move(element); }
 
   const std::map<InputKey, Element>& elements() const { return elements_; }
   const std::vector<std::string>& originalInput() const { return originalInput_; }

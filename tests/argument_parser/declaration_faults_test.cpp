@@ -40,25 +40,5 @@ TEST(DeclarationFaults, StopTheProgramWithTheirMessages) {
                "preferredName cannot be nil for named arguments");
 }
 
-TEST(CommandNames, DerivedFromTheTypeUnlessConfigured) {
-  struct JSONReader : ParsableCommand {};
-  struct Named : ParsableCommand {
-    static CommandConfiguration configuration() { return {.commandName = "CVDiag"}; }
-  };
-  EXPECT_EQ(typeOf<JSONReader>()->commandName(), "json-reader");
-  EXPECT_EQ(typeOf<Named>()->commandName(), "CVDiag");
-  EXPECT_EQ(typeOf<Add>()->typeName(), "apt::Add");
-}
-
-TEST(CommandTree, HelpIsAddedOnlyBesideSubcommands) {
-  CommandParser withSubcommands(typeOf<Math>());
-  const auto& children = withSubcommands.commandTree().children();
-  ASSERT_EQ(children.size(), 5u);
-  EXPECT_EQ(children.back()->element(), typeOf<HelpCommand>());
-  EXPECT_EQ(withSubcommands.commandStack(typeOf<Multiply>()), (CommandStack{typeOf<Math>(), typeOf<Multiply>()}));
-  CommandParser alone(typeOf<Repeat>());
-  EXPECT_TRUE(alone.commandTree().children().empty());
-}
-
 }  // namespace
 }  // namespace apt

@@ -41,62 +41,51 @@ struct Values : ParsableCommand {
 ErrorMessageGenerator generator(const ParserError& error) {
   return {typeOf<Values>()->argumentSet(ArgumentVisibility::private_), error};
 }
-std::string words(const ParserError& error) { return generator(error).makeErrorMessage().value_or("(none)"); }
-std::string helpLine(const ParserError& error) { return generator(error).makeHelpMessage().value_or("(none)"); }
 
-TEST(ErrorMessageGenerator, FixedTexts) {
+// The texts that no run of the test commands reaches: values of every kind,
+// keys no argument has, errors wrapped in others, requests that are no error.
+TEST(ErrorMessageGenerator, WordsAndHelpLines) {
   using C = ParserError::Case;
-  EXPECT_EQ(words(ParserError::unsupportedShell("tcsh")),
-            "Can't generate completion scripts for 'tcsh'.\n"
-            "Please use --generate-completion-script=<shell> with one of:\n"
-            "    zsh, bash, fish");
-  EXPECT_EQ(words(ParserError::unsupportedShell(std::nullopt)),
-            "Can't autodetect a supported shell.\n"
-            "Please use --generate-completion-script=<shell> with one of:\n"
-            "    zsh, bash, fish");
-  EXPECT_EQ(words(ParserError::nonAlphanumericShortOption("?")), "Invalid option: -?");
-  EXPECT_EQ(words(ParserError::simple(C::notImplemented)),
-            "Internal error. Parsing command-line arguments hit unimplemented code path.");
-  EXPECT_EQ(words(ParserError::simple(C::invalidState)),
-            "Internal error. Invalid state while parsing command-line arguments.");
-  EXPECT_EQ(words(ParserError::simple(C::missingSubcommand)), "Missing required subcommand.");
-  EXPECT_EQ(words(ParserError::simple(C::versionRequested)), "(none)");
-  EXPECT_EQ(words(ParserError::helpRequested(ArgumentVisibility::default_)), "(none)");
-  EXPECT_EQ(words(ParserError::noValue(InputKey("ghost"))),
-            "No value set for non-argument var ghost. Replace with a static variable, or let constant.");
-  EXPECT_EQ(words(ParserError::missingValueForOption(InputOrigin(), Name::makeLong("ghost"))),
-            "Missing value for '--ghost'");
-}
-
-TEST(ErrorMessageGenerator, UnparsableValuesListTheChoices) {
-  InputOrigin origin(Index{InputIndex{1}, SubIndex::complete()});
-  EXPECT_EQ(words(ParserError::unableToParseValue(origin, Name::makeLong("level"), "9", InputKey("level"))),
-            "The value '9' is invalid for '--level <level>'. Please provide one of the following:\n"
-            "  - 1\n  - 2\n  - 3\n  - 4\n  - 5\n  - 6");
-  EXPECT_EQ(words(ParserError::unableToParseValue(origin, Name::makeLong("three"), "d", InputKey("three"))),
-            "The value 'd' is invalid for '--three <three>'. Please provide one of 'a', 'b' or 'c'.");
-  EXPECT_EQ(words(ParserError::unableToParseValue(origin, std::nullopt, "x", InputKey("number"))),
-            "The value 'x' is invalid for '<n>'");
-  EXPECT_EQ(words(ParserError::unableToParseValue(origin, Name::makeShort('q'), "x", InputKey("missing"))),
-            "The value 'x' is invalid for '-q'");
-  EXPECT_EQ(words(ParserError::unableToParseValue(origin, std::nullopt, "x", InputKey("missing"))),
-            "The value 'x' is invalid.");
-  EXPECT_EQ(words(ParserError::unableToParseValue(origin, std::nullopt, "x", InputKey("number"),
-                                                  std::make_exception_ptr(std::runtime_error("too big")))),
-            "The value 'x' is invalid for '<n>': too big");
-  EXPECT_EQ(helpLine(ParserError::unableToParseValue(origin, std::nullopt, "x", InputKey("number"))), "<n>  A number.");
-  EXPECT_EQ(helpLine(ParserError::unableToParseValue(origin, Name::makeLong("level"), "9", InputKey("level"))),
-            "--level <level>  How deep.");
-  EXPECT_EQ(helpLine(ParserError::noValue(InputKey("ghost"))), "(none)");
-}
-
-TEST(ErrorMessageGenerator, WrappedAndUserErrors) {
-  auto inner = ParserError::unexpectedExtraValues({{InputOrigin(), "x"}});
-  EXPECT_EQ(words(ParserError::noArguments(std::make_exception_ptr(inner))), "Unexpected argument 'x'");
-  EXPECT_EQ(words(ParserError::noArguments(std::make_exception_ptr(ValidationError("Nope.")))), "Nope.");
-  EXPECT_EQ(words(ParserError::userValidationError(std::make_exception_ptr(std::logic_error("Broken.")))),
-            "Broken.");
-  EXPECT_EQ(words(ParserError::userValidationError(std::make_exception_ptr(42))), "Unknown error.");
+  const InputOrigin origin(Index{InputIndex{1}, SubIndex::complete()});
+  auto invalid = [&origin](std::optional<Name> name, const char* value, const char* key, std::exception_ptr e = {}) {
+    return ParserError::unableToParseValue(origin, std::move(name), value, InputKey(key), std::move(e));
+  };
+  const struct {
+    ParserError error;
+    std::string words, help;
+  } cases[] = {
+      {ParserError::nonAlphanumericShortOption("?"), "Invalid option: -?", "(none)"},
+      {ParserError::simple(C::notImplemented),
+       "Internal error. Parsing command-line arguments hit unimplemented code path.", "(none)"},
+      {ParserError::simple(C::missingSubcommand), "Missing required subcommand.", "(none)"},
+      {ParserError::simple(C::versionRequested), "(none)", "(none)"},
+      {ParserError::helpRequested(ArgumentVisibility::default_), "(none)", "(none)"},
+      {ParserError::noValue(InputKey("ghost")),
+       "No value set for non-argument var ghost. Replace with a static variable, or let constant.", "(none)"},
+      {ParserError::missingValueForOption(InputOrigin(), Name::makeLong("ghost")), "Missing value for '--ghost'",
+       "(none)"},
+      {invalid(Name::makeLong("level"), "9", "level"),
+       "The value '9' is invalid for '--level <level>'. Please provide one of the following:\n"
+       "  - 1\n  - 2\n  - 3\n  - 4\n  - 5\n  - 6",
+       "--level <level>  How deep."},
+      {invalid(Name::makeLong("three"), "d", "three"),
+       "The value 'd' is invalid for '--three <three>'. Please provide one of 'a', 'b' or 'c'.",
+       "--three <three>  "},
+      {invalid(std::nullopt, "x", "number"), "The value 'x' is invalid for '<n>'", "<n>  A number."},
+      {invalid(Name::makeShort('q'), "x", "missing"), "The value 'x' is invalid for '-q'", "(none)"},
+      {invalid(std::nullopt, "x", "missing"), "The value 'x' is invalid.", "(none)"},
+      {invalid(std::nullopt, "x", "number", std::make_exception_ptr(std::runtime_error("too big"))),
+       "The value 'x' is invalid for '<n>': too big", "<n>  A number."},
+      {ParserError::noArguments(std::make_exception_ptr(ParserError::unexpectedExtraValues({{origin, "x"}}))),
+       "Unexpected argument 'x'", "(none)"},
+      {ParserError::noArguments(std::make_exception_ptr(ValidationError("Nope."))), "Nope.", "(none)"},
+      {ParserError::userValidationError(std::make_exception_ptr(std::logic_error("Broken."))), "Broken.", "(none)"},
+      {ParserError::userValidationError(std::make_exception_ptr(42)), "Unknown error.", "(none)"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(generator(c.error).makeErrorMessage().value_or("(none)"), c.words);
+    EXPECT_EQ(generator(c.error).makeHelpMessage().value_or("(none)"), c.help) << c.words;
+  }
 }
 
 }  // namespace

@@ -41,22 +41,16 @@ TEST(HelpText, WholeTextsAtTheirWidths) {
     CommandStack stack;
     int width;
     const char* golden;
+    ArgumentVisibility visibility = ArgumentVisibility::default_;
   } cases[] = {
       {{typeOf<Repeat>()}, 10, "repeat-narrow.help"},
       {{typeOf<Math>()}, 80, "math.help"},
       {{typeOf<Math>(), typeOf<Add>()}, 80, "math-add.help"},
       {{typeOf<Described>()}, 60, "described.help"},
+      // A hidden argument shows only in hidden help; a private one never.
+      {{typeOf<Described>()}, 200, "described-hidden.help", ArgumentVisibility::hidden},
   };
-  for (const auto& c : cases) EXPECT_EQ(helpText(c.stack, c.width), golden(c.golden)) << c.golden;
-}
-
-TEST(HelpText, HiddenArgumentsOnlyInHiddenHelp) {
-  auto hidden = helpText({typeOf<Described>()}, 200, ArgumentVisibility::hidden);
-  EXPECT_NE(hidden.find("  --secret                Hidden away.\n"), std::string::npos);
-  EXPECT_NE(hidden.find("[--secret]"), std::string::npos);
-  EXPECT_EQ(hidden.find("internal"), std::string::npos);
-  auto plain = helpText({typeOf<Described>()}, 200);
-  EXPECT_EQ(plain.find("secret"), std::string::npos);
+  for (const auto& c : cases) EXPECT_EQ(helpText(c.stack, c.width, c.visibility), golden(c.golden)) << c.golden;
 }
 
 ArgumentSet flags(int count, bool withRequiredPositional) {
@@ -128,18 +122,16 @@ TEST(TerminalWidth, ColumnsFromTheEnvironmentWin) {
   EXPECT_EQ(terminalWidth(env("120")), 120);
   EXPECT_EQ(terminalWidth(env("+90")), 90);
   EXPECT_EQ(terminalWidth(env("-5")), -5);
+  // Anything else is no width: the one of the terminal or 80 is taken.
+  for (const char* text : {"+-5", "-+5", "++5", "--5", "5x", " 5", "", "+", "99999999999"})
+    EXPECT_EQ(terminalWidth(env(text)), terminalWidth(env(std::nullopt))) << text;
 }
 
-TEST(HelpNames, DefaultHiddenAndInherited) {
-  auto synopses = [](const std::vector<Name>& names) {
-    std::string text;
-    for (const auto& n : names) text += n.synopsisString() + " ";
-    return text;
-  };
-  EXPECT_EQ(synopses(helpNames({typeOf<Repeat>()}, ArgumentVisibility::default_)), "-h --help ");
-  EXPECT_EQ(synopses(helpNames({typeOf<Repeat>()}, ArgumentVisibility::hidden)), "--help-hidden ");
-  EXPECT_EQ(synopses(helpNames({typeOf<Described>()}, ArgumentVisibility::default_)), "--help ");
-  EXPECT_EQ(primaryHelpName({typeOf<Math>(), typeOf<Add>()})->synopsisString(), "--help");
+// The hidden form drops short names; the default names are in the goldens.
+TEST(HelpNames, HiddenHelpHasOnlyLongNames) {
+  auto names = helpNames({typeOf<Repeat>()}, ArgumentVisibility::hidden);
+  ASSERT_EQ(names.size(), 1u);
+  EXPECT_EQ(names.front().synopsisString(), "--help-hidden");
 }
 
 }  // namespace

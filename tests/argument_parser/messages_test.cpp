@@ -34,18 +34,11 @@ TEST(ErrorMessages, EachFaultOfTheInputHasItsOwnWordsAndTheShortUsage) {
       {{"x", "--countt", "2"}, "Unknown option '--countt'. Did you mean '--count'?\n"},
       // The nearest name wins over an earlier, farther one.
       {{"x", "--include-countr"}, "Unknown option '--include-countr'. Did you mean '--include-counter'?\n"},
-      // Four edits are too many; a short name is never given a suggestion.
+      // Four edits are too many.
       {{"x", "--cxxxx"}, "Unknown option '--cxxxx'\n"},
-      {{"x", "-c"}, "Unknown option '-c'\n"},
-      {{"x", "-count"}, "Unknown option '-count'. Did you mean '--count'?\n"},
       {{"x", "--count"}, "Missing value for '--count <count>'\n" + countHelp},
       {{"x", "--count", "two"}, "The value 'two' is invalid for '--count <count>'\n" + countHelp},
-      {{"x", "--include-counter=yes"},
-       "The option '--include-counter' does not take any value, but 'yes' was specified.\n"},
       {{"a", "b"}, "Unexpected argument 'b'\n"},
-      {{"a", "b", "c"}, "2 unexpected arguments: 'b', 'c'\n"},
-      {{"a", "--", "--count"}, "Unexpected argument '--count'\n"},
-      {{"---"}, "Invalid option: ---\n"},
       {{"x", "-=x"}, "Invalid option: -=x\n"},
   };
   for (const auto& c : cases) {
@@ -212,21 +205,11 @@ TEST(ExitPath, SeeLineFollowsTheHelpNamesAndTheUsage) {
 
 TEST(ExitPath, MessageFunctionsReadTheSameInformation) {
   auto error = std::make_exception_ptr(ValidationError("Bad."));
-  EXPECT_EQ(message(typeOf<Repeat>(), error), "Bad.");
-  EXPECT_EQ(fullMessage(typeOf<Repeat>(), error),
-            "Error: Bad.\n"
-            "Usage: repeat [--count <count>] [--include-counter] <phrase>\n"
-            "  See 'repeat --help' for more information.");
-  EXPECT_EQ(exitCode(typeOf<Repeat>(), error), ExitCode::validationFailure());
-  EXPECT_EQ(exitCode(typeOf<Repeat>(), std::make_exception_ptr(ExitCode(9))).rawValue, 9);
-  EXPECT_EQ(CleanExit::helpRequest().description(), "--help");
-  EXPECT_EQ(CleanExit::dumpRequest().description(), "--experimental-dump-help");
-  std::ostringstream out, err;
-  int exited = -1;
-  ProcessIO io{out, err, [&exited](int s) { exited = s; }};
-  EXPECT_EQ(exitWithError(typeOf<Repeat>(), nullptr, io), 0);
-  EXPECT_EQ(exited, 0);
-  EXPECT_EQ(out.str() + err.str(), "");
+  EXPECT_EQ(message(typeOf<Failing>(), error), "Bad.");
+  EXPECT_EQ(fullMessage(typeOf<Failing>(), error), "Error: Bad.\nUsage: failing [--mode <mode>]\n"
+                                                   "  See 'failing --help' for more information.");
+  EXPECT_EQ(exitCode(typeOf<Failing>(), error), ExitCode::validationFailure());
+  EXPECT_EQ(exitCode(typeOf<Failing>(), std::make_exception_ptr(ExitCode(9))).rawValue, 9);
 }
 
 }  // namespace

@@ -51,16 +51,6 @@ TEST(NameSpecification, EmptyKeyCannotFormAShortName) {
   EXPECT_DEATH(NameSpecification::short_().makeNames(""), "Key '' has not characters to form short option name.");
 }
 
-TEST(Name, EqualityOrderingAndPreference) {
-  EXPECT_EQ(Name::makeShort('a'), Name::makeShort('a'));
-  EXPECT_NE(Name::makeShort('a'), Name::makeShort('a', true));
-  EXPECT_NE(Name::makeLong("ab"), Name::makeLongWithSingleDash("ab"));
-  EXPECT_TRUE(Name::makeLong("b") < Name::makeShort('a'));  // "--b" < "-a"
-  EXPECT_EQ(preferredName({Name::makeShort('v'), Name::makeLong("verbose")})->synopsisString(), "--verbose");
-  EXPECT_EQ(preferredName({Name::makeShort('v')})->synopsisString(), "-v");
-  EXPECT_FALSE(preferredName({}).has_value());
-}
-
 TEST(InvertedNames, PrefixRulesForEachKindOfName) {
   auto no = makeInvertedNames(NameSpecification::long_(), "verbose", FlagInversion::prefixedNo);
   EXPECT_EQ(synopses(no.enabling), std::vector<std::string>{"--verbose"});

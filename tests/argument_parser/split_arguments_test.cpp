@@ -83,36 +83,24 @@ TEST(SplitArguments, TerminatorAloneIsNoArgument) {
   EXPECT_TRUE(split.containsNonTerminatorArguments());
   split.remove(0);
   EXPECT_FALSE(split.containsNonTerminatorArguments());
-  split.remove(split.firstUnused());
-  EXPECT_FALSE(split.containsNonTerminatorArguments());
-  EXPECT_TRUE(split.isEmpty());
+}
+
+std::string taken(const std::optional<std::pair<Index, std::string>>& value) {
+  return value ? value->second : "(none)";
 }
 
 TEST(SplitArguments, PopsBehindAnOrigin) {
-  InputOrigin first(Index{InputIndex{0}, SubIndex::complete()});
-  {
-    SplitArguments split({"--opt", "--other", "value"});
-    EXPECT_FALSE(split.popNextElementIfValue(first).has_value());  // the next word is an option
-    auto scanned = split.popNextValue(first);
-    ASSERT_TRUE(scanned.has_value());
-    EXPECT_EQ(scanned->second, "value");
-    EXPECT_EQ(picture(split), "o:--opt@0 o:--other@1");
-  }
-  {
-    SplitArguments split({"--opt", "-xy", "z"});
-    auto taken = split.popNextElementAsValue(first);
-    ASSERT_TRUE(taken.has_value());
-    EXPECT_EQ(taken->second, "-xy");
-    EXPECT_EQ(picture(split), "o:--opt@0 v:z@2");
-  }
-  {
-    SplitArguments split({"-ab", "v"});
-    // Behind the letter a come the letter b and then the next word.
-    InputOrigin letterA(Index{InputIndex{0}, SubIndex::makeSub(0)});
-    auto next = split.popNextElementIfValue(letterA);
-    ASSERT_TRUE(next.has_value());
-    EXPECT_EQ(next->second, "v");
-  }
+  const InputOrigin first(Index{InputIndex{0}, SubIndex::complete()});
+  SplitArguments scanning({"--opt", "--other", "value"});
+  EXPECT_EQ(taken(scanning.popNextElementIfValue(first)), "(none)");  // the next word is an option
+  EXPECT_EQ(taken(scanning.popNextValue(first)), "value");
+  EXPECT_EQ(picture(scanning), "o:--opt@0 o:--other@1");
+  SplitArguments anything({"--opt", "-xy", "z"});
+  EXPECT_EQ(taken(anything.popNextElementAsValue(first)), "-xy");
+  EXPECT_EQ(picture(anything), "o:--opt@0 v:z@2");
+  // Behind the letter a come the letter b and then the next word.
+  SplitArguments group({"-ab", "v"});
+  EXPECT_EQ(taken(group.popNextElementIfValue(InputOrigin(Index{InputIndex{0}, SubIndex::makeSub(0)}))), "v");
 }
 
 TEST(SplitArguments, ContainsSeesNamesWithAttachedValues) {

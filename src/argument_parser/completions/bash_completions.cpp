@@ -106,22 +106,14 @@ std::string functionText(const CommandStack& stack) {
 
   if (!subcommands.empty()) {
     text += "    case ${COMP_WORDS[" + position + "]} in\n";
-    for (CommandType subcommand : subcommands) {
-      CommandStack extended = stack;
-      extended.push_back(subcommand);
-      text += indent(8, "(" + subcommand->commandName() + ")\n    " + functionName(extended) +
-                            " " + nextPosition + "\n    return\n    ;;\n");
-    }
+    text += forEachSubcommand(stack, [&nextPosition](const CommandStack& extended) {
+      return indent(8, "(" + extended.back()->commandName() + ")\n    " + functionName(extended) + " " +
+                           nextPosition + "\n    return\n    ;;\n");
+    });
     text += "    esac\n";
   }
   text += "    COMPREPLY=( $(compgen -W \"$opts\" -- \"$cur\") )\n}\n";
-
-  for (CommandType subcommand : subcommands) {
-    CommandStack extended = stack;
-    extended.push_back(subcommand);
-    text += functionText(extended);
-  }
-  return text;
+  return text + forEachSubcommand(stack, functionText);
 }
 
 }  // namespace

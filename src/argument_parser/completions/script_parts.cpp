@@ -13,6 +13,17 @@ std::vector<CommandType> displayedSubcommands(const CommandStack& stack) {
   return shown;
 }
 
+std::string forEachSubcommand(const CommandStack& stack,
+                              const std::function<std::string(const CommandStack&)>& text) {
+  std::string all;
+  for (CommandType subcommand : displayedSubcommands(stack)) {
+    CommandStack extended = stack;
+    extended.push_back(subcommand);
+    all += text(extended);
+  }
+  return all;
+}
+
 std::vector<ArgumentDefinition> completableArguments(const CommandStack& stack) {
   std::vector<ArgumentDefinition> offered;
   for (const auto& argument : argumentsForHelp(stack, ArgumentVisibility::default_)) {

@@ -5,6 +5,7 @@
 // helpers. Everything here reads the command model through its const
 // accessors only.
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +19,12 @@ namespace ArgumentParser::completions {
 // The subcommands of the stack's last command that are shown, in order; the
 // root of a tool with subcommands also offers `help`.
 std::vector<CommandType> displayedSubcommands(const CommandStack& stack);
+
+// The concatenated texts of `text` for the stack of each displayed
+// subcommand, in order: the walk by which a script writer describes the
+// levels below a command.
+std::string forEachSubcommand(const CommandStack& stack,
+                              const std::function<std::string(const CommandStack&)>& text);
 
 // The arguments offered at the stack: those of help at `default` (the
 // version and help flags included), each definition on its own even when it

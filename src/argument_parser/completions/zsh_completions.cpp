@@ -108,13 +108,7 @@ std::string functionText(const CommandStack& stack) {
                        joined(cases, "\n") + "\n        esac\n        ;;\nesac\n");
   }
   text += "\n    return ret\n}\n\n";
-
-  for (CommandType subcommand : subcommands) {
-    CommandStack extended = stack;
-    extended.push_back(subcommand);
-    text += functionText(extended);
-  }
-  return text;
+  return text + forEachSubcommand(stack, functionText);
 }
 
 }  // namespace

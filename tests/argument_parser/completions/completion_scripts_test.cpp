@@ -9,7 +9,6 @@
 namespace completion_test {
 namespace {
 
-using ArgumentParser::CompletionShell;
 using ArgumentParser::CompletionsGenerator;
 using ArgumentParser::ParserError;
 using ArgumentParser::typeOf;
@@ -28,26 +27,6 @@ TEST(CompletionScripts, ScriptsAreTheGoldenOnes) {
     }
   }
 }
-
-ArgumentParser::EnvironmentReader shellVariable(std::optional<std::string> value) {
-  return [value](const std::string& name) -> std::optional<std::string> {
-    return name == "SHELL" ? value : std::nullopt;
-  };
-}
-
-TEST(CompletionShellChoice, ANamedShellWinsOverSHELL) {
-  const auto fishEnvironment = shellVariable("/usr/local/bin/fish");
-  EXPECT_EQ(CompletionsGenerator(typeOf<Repo>(), std::string("bash"), fishEnvironment).shell(),
-            CompletionShell::bash());
-  EXPECT_EQ(CompletionsGenerator(typeOf<Repo>(), std::nullopt, fishEnvironment).shell(),
-            CompletionShell::fish());
-}
-
-TEST(CompletionShellChoice, TheHookGivesTheScriptOfTheDetectedShell) {
-  EXPECT_EQ(ArgumentParser::completionScript(typeOf<Repo>(), std::nullopt, shellVariable("/bin/zsh")),
-            script(typeOf<Repo>(), "zsh"));
-}
-
 
 TEST(CompletionScriptsInShells, EveryScriptParses) {
   const std::pair<const char*, const char*> checks[] = {

@@ -1,14 +1,12 @@
 #include "argument_parser/completions/shell_runner.h"
 
-#include <sys/wait.h>
-
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include <gtest/gtest.h>
+
+#include "support/run_cvdiag.h"
 
 namespace completion_test {
 
@@ -44,24 +42,14 @@ std::string writeTemporaryFile(const std::string& name, const std::string& text)
 }
 
 ShellRun runShell(const std::string& program, const std::string& script, const std::string& argument) {
-  const auto empty = scratchDirectory() / "empty";
+  const auto empty = (scratchDirectory() / "empty").string();
   // fish names its script's arguments after the script itself; bash and zsh
   // take a $0 first.
-  const std::string zero = program == "fish" ? "" : " shell";
-  const std::string command = "cd " + singleQuoted(empty.string()) + " && HOME=" +
-                              singleQuoted(empty.string()) + " " + program + " -c " +
-                              singleQuoted(script) + zero + " " + singleQuoted(argument) + " 2>&1";
-  ShellRun run;
-  FILE* pipe = ::popen(command.c_str(), "r");
-  if (pipe == nullptr) return run;
-  std::array<char, 4096> buffer{};
-  std::size_t count = 0;
-  while ((count = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0) {
-    run.output.append(buffer.data(), count);
-  }
-  const int status = ::pclose(pipe);
-  run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return run;
+  std::vector<std::string> arguments{program, "-c", "cd " + singleQuoted(empty) + " && " + script};
+  if (program != "fish") arguments.push_back("shell");
+  arguments.push_back(argument);
+  auto result = cvdiag_test::runProgram("/usr/bin/env", arguments, {{"HOME", empty}});
+  return {result.status, result.out + result.err};
 }
 
 ShellRun bashCompletions(const std::string& scriptPath, const std::string& function,
