@@ -1,7 +1,9 @@
 // The registry store, registration and lookup, and the dumps, on machine
 // folders with a registry domain written for each case.
+#include <sstream>
 #include <thread>
 
+#include "app/sections.h"
 #include "registry/cv_disk_manager.h"
 #include "registry_fixture.h"
 #include "support/machine_builder.h"
@@ -159,6 +161,16 @@ TEST_F(CVDiskManagerTest, DumpsWidthsNamesAndDuplicates) {
                  {"30000000-0000-4000-8000-000000000003", blob("Offsite", offsite)}});
   auto manager = CVDiskManager::create();
   expectGolden("dump.txt", withoutHashes(manager->guidMapDump()) + *manager->duplicatesDump());
+}
+
+TEST_F(CVDiskManagerTest, ListsTheLocalDisksTheRegistryKnowsWithoutRegistering) {
+  writeRegistry({{"10000000-0000-4000-8000-000000000001", blob("Backup", kBackupUUID)},
+                 {"10000000-0000-4000-8000-000000000002", blob("Macintosh HD - Data", kDataUUID)}});
+  auto manager = CVDiskManager::create();
+  std::ostringstream out;
+  resolvableGUIDsForLocalDisks(out, *manager);
+  expectGolden("local_guids.txt", out.str());
+  EXPECT_EQ(manager->map().size(), 2u);
 }
 
 TEST_F(CVDiskManagerTest, QueuedSavesLeaveTheLastMapOnDisk) {
