@@ -187,3 +187,21 @@ TEST_F(CVDiskManagerTest, QueuedSavesLeaveTheLastMapOnDisk) {
   EXPECT_EQ(stored->size(), 1u);
   EXPECT_EQ(stored->begin()->first, "GUID-199");
 }
+
+TEST_F(CVDiskManagerTest, IdentityAndANewBookmarkOfALiveVolume) {
+  auto guid = *platform::UUID::fromString("10000000-0000-4000-8000-000000000001");
+  auto backup = Identity::make(guid, *CVDiskVolume::initWithBsdName("disk4s2"));
+  EXPECT_EQ(backup->debugDescription(), "Identity (guid, uuid, muid) = (" + guid.uuidString() + ", " + kBackupUUID +
+                                            ", 0B0A4F32-51C2-4D0E-9E0C-3B8A3C2D1E4F): Name = Backup, UUID = " + kBackupUUID);
+  EXPECT_EQ(*backup, Identity("Backup", guid, backup->uuid(), backup->muid(), "Backup"));
+  EXPECT_FALSE(*backup == Identity("Backup", guid, backup->uuid(), backup->muid(), std::nullopt));
+  EXPECT_EQ(Identity("", guid, {}, {}, {}).description(), "Identity (guid, uuid, muid) = (" + guid.uuidString() + ", , )");
+
+  auto root = VolumeBookmark::initWithVolume(*CVDiskVolume::initWithBsdName("disk3s1s1"));
+  ASSERT_TRUE(root);
+  EXPECT_EQ(root->url()->absoluteString(), "file:///Volumes/Macintosh%20HD/");
+  EXPECT_EQ(root->description(), "  volumeName:            \n  volumeLocalizedName:   Macintosh HD\n"
+                                 "  volumeUUIDString:      \n  volumeRealUUIDString:  1E2D3C4B-5A69-4788-97A6-B5C4D3E2F1AA\n"
+                                 "  volumeMediaUUIDString: \n  volumeGroupUUIDString: D1C3B4A5-0F6E-4D2C-9B8A-7E6F5D4C3B2A");
+  EXPECT_EQ(VolumeBookmark::initWithData(root->bookmark())->volumeRealUUIDString(), std::nullopt);
+}
