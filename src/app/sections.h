@@ -7,6 +7,7 @@
 #include <string>
 
 struct CVDiag;
+class CVDiskManager;
 
 // "Corvane Diagnostics version: …" and the empty line behind it.
 void versionLine(std::ostream& out);
@@ -18,6 +19,10 @@ void catalogueReport(std::ostream& out);
 void registryDump(std::ostream& out);
 // Volumes that stand under more than one GUID.
 void registryDuplicates(std::ostream& out);
+// "Resolvable GUIDs for local disks": each local disk the registry knows,
+// with its GUID; never registers. Ends the settings consistency report.
+void resolvableGUIDsForLocalDisks(std::ostream& out);
+void resolvableGUIDsForLocalDisks(std::ostream& out, CVDiskManager& manager);
 // Which settings references resolve; prunes orphans when the command asks.
 void settingsConsistencyReport(std::ostream& out, const CVDiag& command);
 // Local volumes that share a volume UUID.

@@ -2,6 +2,4 @@
 // diskutil catalogue) are not built yet: they print nothing.
 #include "app/sections.h"
 
-void registryDump(std::ostream&) {}
-void registryDuplicates(std::ostream&) {}
 void settingsConsistencyReport(std::ostream&, const CVDiag&) {}
