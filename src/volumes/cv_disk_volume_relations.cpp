@@ -1,5 +1,7 @@
 // How a volume finds its role and its relatives in an APFS container: the
 // whole disk, the other slices, and the members of its volume group.
+#include <algorithm>
+
 #include "platform/disk_arbitration.h"
 #include "platform/platform.h"
 #include "volumes/cv_disk_volume.h"
@@ -23,9 +25,9 @@ VolumeRole CVDiskVolume::volumeRole() const {
   }
   auto role = ioProperty("Role");
   if (!role || !role->array() || role->array()->empty()) return VolumeRole::generic;
-  const auto* word = role->array()->front().string();
-  if (!word) return VolumeRole::generic;
-  return volumeRoleFromRoleWord(*word);
+  const auto& words = *role->array();
+  if (!words.front().string()) return VolumeRole::generic;
+  return volumeRoleFromRoleWord(*words.front().string());
 }
 
 std::optional<platform::UUID> CVDiskVolume::volumeGroupUUID() const {
@@ -35,33 +37,18 @@ std::optional<platform::UUID> CVDiskVolume::volumeGroupUUID() const {
 }
 
 CVDiskVolumeRef CVDiskVolume::parent() const {
-  {
-    std::lock_guard lock(mutex_);
-    if (parent_) return *parent_;
-  }
-  CVDiskVolumeRef computed;
-  if (!daFlag(platform::kDADiskDescriptionMediaWholeKey)) {
-    if (auto whole = current().diskArbitration->DADiskCopyWholeDisk(daDisk_)) {
-      computed = initWithDADisk(std::move(whole));
-    }
-  }
-  std::lock_guard lock(mutex_);
-  if (!parent_) parent_ = std::move(computed);
-  return *parent_;
+  return parent_.get([&]() -> CVDiskVolumeRef {
+    if (daFlag(platform::kDADiskDescriptionMediaWholeKey)) return nullptr;
+    auto whole = current().diskArbitration->DADiskCopyWholeDisk(daDisk_);
+    return whole ? initWithDADisk(std::move(whole)) : nullptr;
+  });
 }
 
-void CVDiskVolume::setParent(CVDiskVolumeRef parent) {
-  std::lock_guard lock(mutex_);
-  parent_ = std::move(parent);
-}
+void CVDiskVolume::setParent(CVDiskVolumeRef parent) { parent_.set(std::move(parent)); }
 
-std::optional<CVDiskVolumeSet> CVDiskVolume::children() const {
-  {
-    std::lock_guard lock(mutex_);
-    if (children_) return *children_;
-  }
-  std::optional<CVDiskVolumeSet> computed;
-  if (daFlag(platform::kDADiskDescriptionMediaWholeKey)) {
+const std::optional<CVDiskVolumeSet>& CVDiskVolume::children() const {
+  return children_.get([&]() -> std::optional<CVDiskVolumeSet> {
+    if (!daFlag(platform::kDADiskDescriptionMediaWholeKey)) return std::nullopt;
     const auto ownName = bsdName();
     CVDiskVolumeSet found;
     for (auto& volume : localDisks()) {
@@ -71,39 +58,28 @@ std::optional<CVDiskVolumeSet> CVDiskVolume::children() const {
       auto parentName = itsParent ? itsParent->bsdName() : std::nullopt;
       if (sameName(parentName, ownName)) found.insert(volume);
     }
-    if (!found.empty()) computed = std::move(found);
-  }
-  std::lock_guard lock(mutex_);
-  if (!children_) children_ = std::move(computed);
-  return *children_;
+    if (found.empty()) return std::nullopt;
+    return found;
+  });
 }
 
 std::optional<CVDiskVolumeSet> CVDiskVolume::siblings() const {
-  {
-    std::lock_guard lock(mutex_);
-    if (siblings_) return *siblings_;
-  }
-  std::optional<CVDiskVolumeSet> computed;
-  if (!daFlag(platform::kDADiskDescriptionMediaWholeKey)) {
-    if (auto whole = parent()) {
-      if (auto slices = whole->children()) {
-        const auto ownName = bsdName();
-        CVDiskVolumeSet others;
-        for (const auto& slice : *slices) {
-          if (!sameName(slice->bsdName(), ownName)) others.insert(slice);
-        }
-        if (!others.empty()) computed = std::move(others);
-      }
+  return siblings_.get([&]() -> std::optional<CVDiskVolumeSet> {
+    if (daFlag(platform::kDADiskDescriptionMediaWholeKey)) return std::nullopt;
+    auto whole = parent();
+    if (!whole || !whole->children()) return std::nullopt;
+    const auto ownName = bsdName();
+    CVDiskVolumeSet others;
+    for (const auto& slice : *whole->children()) {
+      if (!sameName(slice->bsdName(), ownName)) others.insert(slice);
     }
-  }
-  std::lock_guard lock(mutex_);
-  if (!siblings_) siblings_ = std::move(computed);
-  return *siblings_;
+    if (others.empty()) return std::nullopt;
+    return others;
+  });
 }
 
 void CVDiskVolume::setSiblings(std::optional<CVDiskVolumeSet> siblings) {
-  std::lock_guard lock(mutex_);
-  siblings_ = std::move(siblings);
+  siblings_.set(std::move(siblings));
 }
 
 CVDiskVolumeRef CVDiskVolume::siblingWithRole(VolumeRole role) const {
