@@ -270,8 +270,13 @@ std::optional<platform::URL> CVDiskVolume::path() const {
   auto url = mountURL();
   if (!url) return std::nullopt;
   if (url->path() != "/") return url;
-  // The root volume is shown where it would be mounted if it were not the root.
-  std::string joined = (std::filesystem::path("/Volumes") / name()).lexically_normal().string();
+  // The root volume is shown where it would be mounted if it were not the root:
+  // "/Volumes", the name and "/" joined as plain components, one "/" between
+  // two of them and nothing resolved, so "/x" and ".." stay below "/Volumes".
+  std::string joined = "/Volumes";
+  std::string_view component = name();
+  while (component.starts_with('/')) component.remove_prefix(1);
+  if (!component.empty()) joined.append("/").append(component);
   return platform::URL::fileURLWithPath(joined, true);
 }
 

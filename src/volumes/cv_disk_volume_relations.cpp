@@ -23,10 +23,14 @@ VolumeRole CVDiskVolume::volumeRole() const {
   if (auto name = bsdName(); name && isMountedSnapshotBSDName(*name)) {
     return VolumeRole::mountedSystemSnapshot;
   }
+  // "Role" is an array of strings: an array holding anything else is no
+  // "Role" at all, and so is an empty one.
   auto role = ioProperty("Role");
   if (!role || !role->array() || role->array()->empty()) return VolumeRole::generic;
   const auto& words = *role->array();
-  if (!words.front().string()) return VolumeRole::generic;
+  if (!std::all_of(words.begin(), words.end(), [](const auto& word) { return word.string(); })) {
+    return VolumeRole::generic;
+  }
   return volumeRoleFromRoleWord(*words.front().string());
 }
 

@@ -14,14 +14,20 @@ using Names = std::vector<std::string>;
 using CVDiskVolumeTest = VolumeMachineTest;
 
 TEST_F(CVDiskVolumeTest, RootVolumeIsShownUnderVolumes) {
-  install({wholeDisk("disk3", "Container", true), mounted(slice("disk3s1s1", "Macintosh HD", "apfs"), "/", "APFS")});
+  install({wholeDisk("disk3", "Container", true), mounted(slice("disk3s1s1", "Macintosh HD", "apfs"), "/", "APFS"),
+           mounted(slice("disk3s2", "/Evil", "apfs"), "/", "APFS"),
+           mounted(slice("disk3s3", "a/../../b", "apfs"), "/", "APFS")});
   auto root = volume("disk3s1s1");
   EXPECT_EQ(root->mountURL()->absoluteString(), "file:///");
-  EXPECT_EQ(root->path()->absoluteString(), "file:///Volumes/Macintosh%20HD/");
   EXPECT_TRUE(root->isReady());
   EXPECT_TRUE(root->isBootVolume());
   ASSERT_TRUE(root->icon());
   EXPECT_EQ(root->icon()->path, "/");
+  // The name is one plain component: never above "/Volumes", never resolved.
+  const std::pair<const char*, const char*> paths[] = {{"disk3s1s1", "file:///Volumes/Macintosh%20HD/"},
+                                                       {"disk3s2", "file:///Volumes/Evil/"},
+                                                       {"disk3s3", "file:///Volumes/a/../../b/"}};
+  for (const auto& [bsdName, path] : paths) EXPECT_EQ(volume(bsdName)->path()->absoluteString(), path);
 }
 
 TEST_F(CVDiskVolumeTest, UnmountedAndNamelessSlices) {
