@@ -8,6 +8,7 @@
 // computation runs outside the lock (it may be slow, and may read other facts
 // of the same object), and a value stored meanwhile by `set` wins.
 
+#include <atomic>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -17,11 +18,17 @@ class Cached {
  public:
   template <class Compute>
   const T& get(Compute&& compute) const {
-    std::call_once(once_, [&] { value_.emplace(std::forward<Compute>(compute)()); });
+    if (!ready_.load(std::memory_order_acquire)) {
+      std::call_once(once_, [&] {
+        value_.emplace(std::forward<Compute>(compute)());
+        ready_.store(true, std::memory_order_release);
+      });
+    }
     return *value_;
   }
 
  private:
+  mutable std::atomic<bool> ready_{false};
   mutable std::once_flag once_;
   mutable std::optional<T> value_;
 };
