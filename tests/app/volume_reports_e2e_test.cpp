@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "bundle_info.inc"
+#include "support/machine_builder.h"
 #include "support/run_cvdiag.h"
-#include "volumes/volume_golden_support.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ std::string withoutRevision(const std::string& out) {
   return prefix + "<rev>" + out.substr(close);
 }
 
-std::string readGolden(const volumetest::CopiedMachine& machine, const std::string& name) {
+std::string readGolden(const testsupport::MachineBuilder& machine, const std::string& name) {
   std::ifstream in(machine.source() / "expected" / name, std::ios::binary);
   return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
@@ -34,7 +34,7 @@ std::string readGolden(const volumetest::CopiedMachine& machine, const std::stri
 }  // namespace
 
 TEST(VolumeReportsEndToEndTest, VersionCatalogueAndDuplicates) {
-  volumetest::CopiedMachine machine("volumes_catalogue");
+  testsupport::MachineBuilder machine("volumes_catalogue");
   auto result = cvdiag_test::runCVDiag(
       {"--duplicate-volume-UUIDs", "--local-volumes-and-disks", "--version"},
       {{"CVDIAG_MACHINE", machine.folder().string()}});
@@ -47,7 +47,7 @@ TEST(VolumeReportsEndToEndTest, VersionCatalogueAndDuplicates) {
 }
 
 TEST(VolumeReportsEndToEndTest, VersionLineWithoutARootSystem) {
-  volumetest::CopiedMachine machine("volumes_catalogue");
+  testsupport::MachineBuilder machine("volumes_catalogue");
   std::filesystem::remove(machine.folder() / "System/Library/CoreServices/SystemVersion.plist");
   auto result = cvdiag_test::runCVDiag({"--version"}, {{"CVDIAG_MACHINE", machine.folder().string()}});
   EXPECT_EQ(withoutRevision(result.out), std::string("Corvane Diagnostics version: ") +

@@ -30,17 +30,6 @@ TEST(CVDiskImageFileNameTest, ExtensionsAndWritability) {
   EXPECT_FALSE(file->mountPath());
 }
 
-TEST(CVDiskImageFileNameTest, IdentityAndOrder) {
-  auto a = image("/Users/ada/A.dmg");
-  auto b = image("/Users/ada/B.dmg");
-  auto a2 = image("/Users/ada/A.dmg");
-  EXPECT_TRUE(a->isEqual(*a));
-  EXPECT_FALSE(a->isEqual(*a2));  // identity, not the path
-  EXPECT_EQ(a->hash(), a2->hash());
-  EXPECT_TRUE(*a < *b);
-  EXPECT_FALSE(*b < *a || *a < *a2);
-}
-
 using CVDiskImageFileTest = VolumeMachineTest;
 
 TEST_F(CVDiskImageFileTest, MountPathCountsVolumesNamedLikeTheImage) {

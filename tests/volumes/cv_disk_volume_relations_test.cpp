@@ -106,14 +106,6 @@ TEST_F(CVDiskVolumeRelationsTest, GroupsWithoutUUIDsLoneSlicesAndOtherSnapshots)
   EXPECT_FALSE(volume("disk7s2")->mountedSnapshotVolume());
 }
 
-TEST_F(CVDiskVolumeRelationsTest, ClearedSiblingsLeaveNoGroupButTheVolumeItself) {
-  installBootContainer();
-  auto system = volume("disk3s1");
-  system->setSiblings(std::nullopt);
-  EXPECT_FALSE(system->dataVolume());
-  EXPECT_EQ(system->systemVolume().get(), system.get());
-}
-
 TEST_F(CVDiskVolumeRelationsTest, DiskImageVolumesAndTheirSystem) {
   json whole = wholeDisk("disk8", "Apple Disk Image", false);
   whole["ioParents"] = {{{"image-path", data("L1VzZXJzL2FkYS9JbWFnZXMvUHJvamVjdC5kbWc=")}}};

@@ -6,16 +6,15 @@
 #include <gtest/gtest.h>
 
 #include "app/sections.h"
-#include "volumes/volume_golden_support.h"
+#include "support/machine_builder.h"
 #include "volumes/volume_machines.h"
 
-using volumetest::CopiedMachine;
 using nlohmann::json;
 
 class VolumeReportsGoldenTest : public ::testing::Test {
  protected:
   void SetUp() override { machine.install(); }
-  CopiedMachine machine{"volumes_catalogue"};
+  testsupport::MachineBuilder machine{"volumes_catalogue"};
 };
 
 TEST_F(VolumeReportsGoldenTest, Catalogue) {

@@ -126,20 +126,6 @@ TEST(PropertyListCodecTest, MalformedAndTruncatedInputIsRefusedWithoutCrashing) 
   for (std::size_t n = 0; n + 12 < xml.size(); n += 7) (void)decode(xml.substr(0, n));
 }
 
-TEST(PropertyListCodecTest, RandomlyDamagedBinaryListsNeverCrash) {
-  auto good = encodePropertyList(Value(sample()), PropertyListFormat::Binary)->bytes();
-  std::mt19937 random(20241122);
-  int accepted = 0;
-  for (int round = 0; round < 3000; ++round) {
-    auto bad = good;
-    int flips = 1 + static_cast<int>(random() % 4);
-    for (int i = 0; i < flips; ++i) bad[random() % bad.size()] = static_cast<std::uint8_t>(random());
-    if (decode(bad)) ++accepted;
-  }
-  // Most damage lands in values and is harmless; some must be refused.
-  EXPECT_LT(accepted, 3000);
-}
-
 TEST(PropertyListCodecTest, HostileBinaryStructureIsRefused) {
   auto expectRefused = [](const std::vector<std::uint8_t>& bytes, const char* what) {
     auto r = decodePropertyList(bytes);
@@ -213,26 +199,6 @@ TEST(PropertyListCodecTest, NestingIsAllowedTo512AndRefusedBeyond) {
   Value deep = Array{};
   for (std::size_t i = 0; i < kMaxPropertyListDepth + 2; ++i) deep = Array{deep};
   EXPECT_FALSE(encodePropertyList(deep, PropertyListFormat::Binary));
-}
-
-TEST(PropertyListCodecTest, SharedReferenceBombIsRefusedQuickly) {
-  // 40 arrays, each pointing twice at the next: 2^40 values when expanded.
-  BinaryPlistBuilder b(1);
-  const std::size_t levels = 40;
-  for (std::size_t i = 0; i < levels; ++i) b.array({i + 1, i + 1});
-  b.integer(1);
-  auto start = std::chrono::steady_clock::now();
-  auto r = decode(b.build(0));
-  EXPECT_FALSE(r);
-  // Generous: the refusal is bounded by the node cap, not by the expansion.
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
-
-  // Moderate sharing below the cap is fine.
-  BinaryPlistBuilder small(1);
-  for (std::size_t i = 0; i < 10; ++i) small.array({i + 1, i + 1});
-  small.integer(1);
-  auto ok = decode(small.build(0));
-  ASSERT_TRUE(ok) << ok.error().localizedDescription;
 }
 
 TEST(PropertyListCodecTest, OversizedXMLBadDatesBadTextAndUnwritableValuesAreRefused) {
