@@ -108,14 +108,6 @@ TEST_F(TaskShellTest, TheCompletionRunsOnTheCallersThreadWithTheReapedTask) {
   EXPECT_EQ(errno, ECHILD) << "the child was reaped";
 }
 
-TEST_F(TaskShellTest, AProgramThatCannotBeStartedGivesAbsentLines) {
-  TaskLines seen = Lines{"not replaced"};
-  auto task = NSTask::shellWithLaunchPath("/usr/sbin/diskutil", {"list"},
-                                          [&](platform::Task&, const TaskLines& lines) { seen = lines; });
-  EXPECT_EQ(seen, std::nullopt);
-  EXPECT_FALSE(task->processIdentifier().has_value());
-}
-
 TEST_F(TaskShellTest, TmutilGivesStandardOutputOnlyAndAbsentWithoutALogLine) {
   EXPECT_EQ(runTmutil({"listlocalsnapshots", "/"}), std::nullopt);  // missing
   machine.script("/usr/bin/tmutil", "printf '\\377'\n");

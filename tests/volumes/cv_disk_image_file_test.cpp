@@ -56,25 +56,6 @@ TEST_F(CVDiskImageFileTest, MountPathCountsVolumesNamedLikeTheImage) {
   EXPECT_EQ(image("/Users/ada/Solo.sparseimage")->predictedDataVolumeMountPath(), "/Volumes/Solo - Data");
 }
 
-TEST_F(CVDiskImageFileTest, TextsAndReadiness) {
-  machine.file("/Users/ada/Project Files.dmg", "image");
-  machine.install();
-  auto present = image("/Users/ada/Project Files.dmg");
-  EXPECT_TRUE(present->isReady());
-  EXPECT_EQ(present->info(),
-            "CVDiskImageFile \n"
-            "   Image Name            : Project Files \n"
-            "   Image Path            : file:///Users/ada/Project%20Files.dmg\n"
-            "   Ready                 : YES");
-  EXPECT_EQ(present->description(), "Disk Image: Project Files, path: /Users/ada/Project Files.dmg");
-  EXPECT_EQ(present->debugDescription(), present->description());
-
-  EXPECT_FALSE(image("/Users/ada/Missing.dmg")->isReady());
-  EXPECT_EQ(image("/Users/ada/Missing.dmg")->info(),
-            "CVDiskImageFile \n   Image Name            : Missing \n"
-            "   Image Path            : file:///Users/ada/Missing.dmg\n   Ready                 : NO");
-}
-
 TEST_F(CVDiskImageFileTest, BookmarksRoundTripAndFailSoftly) {
   machine.file("/Users/ada/Project.dmg", "image");
   machine.install();
