@@ -147,14 +147,6 @@ TEST_F(DiskArbitrationTest, WholeDisksFollowTheRuleOrTheRecordedName) {
     EXPECT_EQ(bsd(da->DADiskCopyWholeDisk(da->DADiskCreateFromBSDName(session, name))), whole) << name;
 }
 
-TEST_F(DiskArbitrationTest, SessionCreationFailsWhenTheMachineSaysSo) {
-  MachineBuilder failing;
-  failing.json({{"failures", {"DASessionCreate"}}, {"media", {mediaObject("disk1", true)}}});
-  auto p = failing.platform();
-  EXPECT_FALSE(p.diskArbitration->DASessionCreate());
-  EXPECT_EQ(p.diskArbitration->DARegisterDiskAppearedCallback(nullptr, std::nullopt, [](const DADiskRef&) {}).id, 0u);
-}
-
 TEST_F(DiskArbitrationTest, AppearedIsCalledOncePerMediaObjectOnTheQueueOnceOneIsSet) {
   TestQueue queue;
   Seen seen;
