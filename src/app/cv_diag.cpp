@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "app/sections.h"
+#include "volumes/resource_errors.h"
 
 using ArgumentParser::CommandConfiguration;
 using ArgumentParser::Declarations;
@@ -24,6 +25,7 @@ void CVDiag::declare(Declarations<CVDiag>& d) {
 }
 
 void CVDiag::run(std::ostream& out) const {
+  ResourceErrorReport resourceErrors(out);
   const bool all = allDiagnostics;
   if (showVersion || all) versionLine(out);
   if (showLocalVolumesAndDisks || all) catalogueReport(out);

@@ -45,54 +45,37 @@ void catalogueReport(std::ostream& out) {
 
 void duplicateUUIDReport(std::ostream& out) {
   print(out, "\nDuplicate Volume UUIDs");
-  const auto disks = CVDiskVolume::localDisks();
-
-  // Groups of (UUID, BSD name) pairs by UUID, in order of first appearance.
+  // The volumes of each UUID in disk order, the UUIDs in order of first
+  // appearance; the absent-UUID group is never shown.
   std::vector<std::string> groupOrder;
-  std::map<std::string, std::vector<std::string>> groups;
-  for (const auto& volume : disks) {
+  std::map<std::string, std::vector<CVDiskVolumeRef>> groups;
+  for (const auto& volume : CVDiskVolume::localDisks()) {
     auto uuid = volume->volumeUUIDString();
-    if (!uuid) continue;  // the absent-UUID group is never shown
+    if (!uuid) continue;
     auto [entry, added] = groups.try_emplace(*uuid);
     if (added) groupOrder.push_back(*uuid);
-    entry->second.push_back(volume->bsdName().value_or(""));
+    entry->second.push_back(volume);
   }
+
   std::string dictionary;
   for (const auto& uuid : groupOrder) {
-    const auto& names = groups[uuid];
-    if (names.size() < 2) continue;
+    const auto& members = groups[uuid];
+    if (members.size() < 2) continue;
     if (!dictionary.empty()) dictionary += ", ";
     dictionary += "Optional(" + uuid + "): [";
-    for (std::size_t i = 0; i < names.size(); ++i) {
+    for (std::size_t i = 0; i < members.size(); ++i) {
       if (i > 0) dictionary += ", ";
-      dictionary += "(Optional(" + uuid + "), " + quoted(names[i]) + ")";
+      dictionary += "(Optional(" + uuid + "), " + quoted(members[i]->bsdName().value_or("")) + ")";
     }
     dictionary += "]";
   }
   print(out, dictionary.empty() ? "[:]" : "[" + dictionary + "]");
 
-  // Every volume that shares its UUID, grouped by UUID in order of first
-  // appearance.
-  std::vector<CVDiskVolumeRef> duplicates;
-  for (const auto& volume : disks) {
-    auto uuid = volume->volumeUUID();
-    if (!uuid) continue;
-    bool listed = false;
-    for (const auto& known : duplicates) {
-      if (known->volumeUUID() == uuid) {
-        listed = true;
-        break;
-      }
-    }
-    if (listed) continue;
-    std::vector<CVDiskVolumeRef> same;
-    for (const auto& other : disks) {
-      if (other->volumeUUID() == uuid) same.push_back(other);
-    }
-    if (same.size() >= 2) duplicates.insert(duplicates.end(), same.begin(), same.end());
-  }
-  for (const auto& volume : duplicates) {
-    print(out, "  " + volume->volumeUUIDString().value_or("") + " => " + volume->description());
+  // Every volume that shares its UUID, grouped the same way.
+  for (const auto& uuid : groupOrder) {
+    const auto& members = groups[uuid];
+    if (members.size() < 2) continue;
+    for (const auto& volume : members) print(out, "  " + uuid + " => " + volume->description());
   }
   print(out, "\n");
 }

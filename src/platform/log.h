@@ -4,10 +4,8 @@
 // Entries never reach standard output or standard error. A sink may be used
 // from any thread; entries from several threads are each written whole.
 
-#include <mutex>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/value.h"
 
@@ -39,22 +37,5 @@ class LogSink {
 // "<level> <subsystem> <category>: <message>", every line feed of the message
 // written as the two characters "\n".
 std::string logLine(const LogEntry& entry);
-
-// Keeps every entry in memory, in the order written; for tests.
-class CapturingLogSink final : public LogSink {
- public:
-  void write(const LogEntry& entry) override {
-    std::lock_guard lock(mutex_);
-    entries_.push_back(entry);
-  }
-  std::vector<LogEntry> entries() const {
-    std::lock_guard lock(mutex_);
-    return entries_;
-  }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<LogEntry> entries_;
-};
 
 }  // namespace platform

@@ -142,13 +142,15 @@ std::optional<UUID> UUID::fromString(std::string_view text) {
 }
 
 std::string UUID::uuidString() const {
-  char buf[37];
-  const auto& u = bytes_;
-  std::snprintf(buf, sizeof buf,
-                "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X", u[0], u[1],
-                u[2], u[3], u[4], u[5], u[6], u[7], u[8], u[9], u[10], u[11], u[12], u[13], u[14],
-                u[15]);
-  return buf;
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string text;
+  text.reserve(36);
+  for (std::size_t i = 0; i < bytes_.size(); ++i) {
+    if (i == 4 || i == 6 || i == 8 || i == 10) text.push_back('-');
+    text.push_back(kHex[bytes_[i] >> 4]);
+    text.push_back(kHex[bytes_[i] & 0x0F]);
+  }
+  return text;
 }
 
 std::optional<Date> Date::fromISO8601(std::string_view text) {

@@ -7,6 +7,7 @@
 
 #include "logging/log.h"
 #include "platform/dispatch.h"
+#include "platform/formatters.h"
 #include "platform/platform.h"
 
 namespace {
@@ -68,34 +69,10 @@ std::function<void(platform::FileHandle&)> appendingHandler(std::shared_ptr<Outp
 
 // An array of text as the platform's collection description shows it.
 std::string arrayDescription(const std::vector<std::string>& items) {
-  std::string text = "(";
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    const std::string& item = items[i];
-    text += "\n    ";
-    bool plain = !item.empty();
-    for (unsigned char c : item) {
-      if (!((c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'))) plain = false;
-    }
-    if (plain) {
-      text += item;
-    } else {
-      text += '"';
-      for (char c : item) {
-        if (c == '"' || c == '\\') {
-          text += '\\';
-          text += c;
-        } else if (c == '\n') {
-          text += "\\n";
-        } else {
-          text += c;
-        }
-      }
-      text += '"';
-    }
-    if (i + 1 < items.size()) text += ',';
-  }
-  text += "\n)";
-  return text;
+  platform::Array array;
+  array.reserve(items.size());
+  for (const auto& item : items) array.emplace_back(item);
+  return platform::foundationDescription(array);
 }
 
 }  // namespace

@@ -90,8 +90,9 @@ std::string CVDiskImageFile::predictedMountPath(const std::string& base) const {
     auto mounted = volume->path();
     if (mounted && mounted->lastPathComponent().starts_with(base)) ++count;
   }
-  std::string result = "/Volumes/" + base;
-  if (count > 0) result += " " + std::to_string(count);
+  std::string result = "/Volumes/";
+  result += base;
+  if (count > 0) result.append(" ").append(std::to_string(count));
   return result;
 }
 

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
-#include <iostream>
 
 #include "platform/file_manager.h"
 #include "platform/platform.h"
@@ -14,6 +13,7 @@
 #include "platform/url_resources.h"
 #include "platform/workspace.h"
 #include "volumes/disk_order_key.h"
+#include "volumes/resource_errors.h"
 #include "volumes/utf8.h"
 #include "logging/log.h"
 
@@ -37,14 +37,13 @@ std::string standardizedPath(const platform::URL& url) {
 // ---- The set of volumes ----------------------------------------------------
 
 bool CVDiskVolumeSet::insert(CVDiskVolumeRef volume) {
-  if (!volume || contains(*volume)) return false;
+  if (!volume || !hashes_.insert(volume->hash()).second) return false;
   members_.push_back(std::move(volume));
   return true;
 }
 
 bool CVDiskVolumeSet::contains(const CVDiskVolume& volume) const {
-  return std::any_of(members_.begin(), members_.end(),
-                     [&](const CVDiskVolumeRef& member) { return member->isEqual(volume); });
+  return hashes_.count(volume.hash()) != 0;
 }
 
 // ---- Construction ------------------------------------------------------------
@@ -169,57 +168,44 @@ std::vector<CVDiskVolumeRef> CVDiskVolume::localBrowsableCoalescedVolumes() {
 
 // ---- Cached dictionaries and typed reads ---------------------------------------
 
-std::optional<platform::Dictionary> CVDiskVolume::properties() const {
-  {
-    std::lock_guard lock(mutex_);
-    if (properties_) return *properties_;
-  }
-  auto read = current().diskArbitration->DADiskCopyDescription(daDisk_);
-  std::lock_guard lock(mutex_);
-  if (!properties_) properties_ = std::move(read);
-  return *properties_;
+const std::optional<platform::Dictionary>& CVDiskVolume::properties() const {
+  return properties_.get([&] { return current().diskArbitration->DADiskCopyDescription(daDisk_); });
 }
 
-std::optional<platform::Dictionary> CVDiskVolume::registryProperties() const {
-  {
-    std::lock_guard lock(mutex_);
-    if (registryProperties_) return *registryProperties_;
-  }
-  auto read = current().ioKit->IORegistryEntryCreateCFProperties(ioMedia());
-  std::lock_guard lock(mutex_);
-  if (!registryProperties_) registryProperties_ = std::move(read);
-  return *registryProperties_;
+const std::optional<platform::Dictionary>& CVDiskVolume::registryProperties() const {
+  return registryProperties_.get(
+      [&] { return current().ioKit->IORegistryEntryCreateCFProperties(ioMedia()); });
 }
+
+namespace {
+
+const platform::Value* entry(const std::optional<platform::Dictionary>& dictionary,
+                             std::string_view key) {
+  return dictionary ? platform::lookup(*dictionary, key) : nullptr;
+}
+
+}  // namespace
 
 std::optional<std::string> CVDiskVolume::daString(std::string_view key) const {
-  auto description = properties();
-  if (!description) return std::nullopt;
-  const auto* value = platform::lookup(*description, key);
+  const auto* value = entry(properties(), key);
   if (!value || !value->string()) return std::nullopt;
   return *value->string();
 }
 
 std::optional<bool> CVDiskVolume::daBool(std::string_view key) const {
-  auto description = properties();
-  if (!description) return std::nullopt;
-  const auto* value = platform::lookup(*description, key);
+  const auto* value = entry(properties(), key);
   if (!value) return std::nullopt;
   return value->boolean();
 }
 
 std::optional<platform::UUID> CVDiskVolume::daUUID(std::string_view key) const {
-  auto description = properties();
-  if (!description) return std::nullopt;
-  const auto* value = platform::lookup(*description, key);
+  const auto* value = entry(properties(), key);
   if (!value || !value->uuid()) return std::nullopt;
-  // The platform's round trip through the UUID's text.
-  return platform::UUID::fromString(value->uuid()->uuidString());
+  return *value->uuid();
 }
 
 std::optional<std::int64_t> CVDiskVolume::daNumber(std::string_view key) const {
-  auto description = properties();
-  if (!description) return std::nullopt;
-  const auto* value = platform::lookup(*description, key);
+  const auto* value = entry(properties(), key);
   if (!value || !value->isNumber()) return std::nullopt;
   return value->asInt64();
 }
@@ -241,7 +227,7 @@ std::optional<bool> CVDiskVolume::ioBoolean(std::string_view key) const {
 std::optional<platform::Value> resourceValue(const platform::URL& url, std::string_view key) {
   auto values = current().urlResources->resourceValuesForKeys(url, {std::string(key)});
   if (!values) {
-    std::cout << values.error().localizedDescription << '\n';
+    reportResourceError(values.error().localizedDescription);
     return std::nullopt;
   }
   const auto* value = platform::lookup(*values, key);
@@ -269,9 +255,7 @@ std::string CVDiskVolume::name() const {
 }
 
 std::optional<platform::URL> CVDiskVolume::mountURL() const {
-  auto description = properties();
-  if (!description) return std::nullopt;
-  const auto* value = platform::lookup(*description, platform::kDADiskDescriptionVolumePathKey);
+  const auto* value = entry(properties(), platform::kDADiskDescriptionVolumePathKey);
   if (!value || !value->url()) return std::nullopt;
   return *value->url();
 }
@@ -286,8 +270,13 @@ std::optional<platform::URL> CVDiskVolume::path() const {
   auto url = mountURL();
   if (!url) return std::nullopt;
   if (url->path() != "/") return url;
-  // The root volume is shown where it would be mounted if it were not the root.
-  std::string joined = (std::filesystem::path("/Volumes") / name()).lexically_normal().string();
+  // The root volume is shown where it would be mounted if it were not the root:
+  // "/Volumes", the name and "/" joined as plain components, one "/" between
+  // two of them and nothing resolved, so "/x" and ".." stay below "/Volumes".
+  std::string joined = "/Volumes";
+  std::string_view component = name();
+  while (component.starts_with('/')) component.remove_prefix(1);
+  if (!component.empty()) joined.append("/").append(component);
   return platform::URL::fileURLWithPath(joined, true);
 }
 
@@ -329,7 +318,7 @@ std::optional<std::string> CVDiskVolume::bsdName() const {
 }
 
 std::optional<platform::UUID> CVDiskVolume::volumeUUID() const {
-  return daUUID(platform::kDADiskDescriptionVolumeUUIDKey);
+  return volumeUUID_.get([&] { return daUUID(platform::kDADiskDescriptionVolumeUUIDKey); });
 }
 
 std::optional<std::string> CVDiskVolume::volumeUUIDString() const {
@@ -372,15 +361,18 @@ std::int32_t CVDiskVolume::volumeRealDeviceIdentifier() const {
 }
 
 std::uint64_t CVDiskVolume::hash() const {
-  auto name = bsdName();
-  std::uint64_t value = name ? stringHash(*name) : 0;
-  if (auto uuid = volumeUUIDString()) value ^= stringHash(*uuid);
-  if (auto volumeName = daString(platform::kDADiskDescriptionVolumeNameKey)) {
-    value ^= stringHash(*volumeName);
-  }
-  if (auto mount = mountPath()) value ^= stringHash(*mount);
-  if (value == 0) value = current().diskArbitration->CFHash(daDisk_);
-  return value * kHashFactor;
+  // Every part comes from the description, which this object keeps.
+  return hash_.get([&] {
+    auto name = bsdName();
+    std::uint64_t value = name ? stringHash(*name) : 0;
+    if (auto uuid = volumeUUIDString()) value ^= stringHash(*uuid);
+    if (auto volumeName = daString(platform::kDADiskDescriptionVolumeNameKey)) {
+      value ^= stringHash(*volumeName);
+    }
+    if (auto mount = mountPath()) value ^= stringHash(*mount);
+    if (value == 0) value = current().diskArbitration->CFHash(daDisk_);
+    return value * kHashFactor;
+  });
 }
 
 bool CVDiskVolume::isEqual(const CVDisk& other) const {

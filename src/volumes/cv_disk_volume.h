@@ -8,15 +8,16 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/disk_arbitration.h"
 #include "platform/io_kit.h"
 #include "platform/value.h"
+#include "volumes/cached.h"
 #include "volumes/cv_snapshot.h"
 #include "volumes/disk_protocols.h"
 #include "volumes/volume_role.h"
@@ -24,8 +25,8 @@
 class CVDiskVolume;
 using CVDiskVolumeRef = std::shared_ptr<CVDiskVolume>;
 
-// A set of volumes under the volumes' own equality (`isEqual`), iterating in
-// the order of insertion.
+// A set of volumes under the volumes' own equality (`isEqual`, equal hashes),
+// iterating in the order of insertion; membership is one hash lookup.
 class CVDiskVolumeSet {
  public:
   CVDiskVolumeSet() = default;
@@ -40,6 +41,7 @@ class CVDiskVolumeSet {
 
  private:
   std::vector<CVDiskVolumeRef> members_;
+  std::unordered_set<std::uint64_t> hashes_;
 };
 
 class CVDiskVolume final : public APFSVolume,
@@ -86,9 +88,9 @@ class CVDiskVolume final : public APFSVolume,
 
   const platform::DADiskRef& daDisk() const { return daDisk_; }
   // The Disk Arbitration description and the I/O registry properties of the
-  // media object, each read once; an absent answer stays cached.
-  std::optional<platform::Dictionary> properties() const;
-  std::optional<platform::Dictionary> registryProperties() const;
+  // media object, each read once and kept; an absent answer stays cached.
+  const std::optional<platform::Dictionary>& properties() const;
+  const std::optional<platform::Dictionary>& registryProperties() const;
 
   // Typed reads of the description; a value of another type is absent.
   std::optional<std::string> daString(std::string_view key) const;
@@ -176,7 +178,7 @@ class CVDiskVolume final : public APFSVolume,
   // then frozen, an absent answer included; a write replaces the cache.
   CVDiskVolumeRef parent() const;
   void setParent(CVDiskVolumeRef parent);
-  std::optional<CVDiskVolumeSet> children() const;
+  const std::optional<CVDiskVolumeSet>& children() const;
   std::optional<CVDiskVolumeSet> siblings() const;
   void setSiblings(std::optional<CVDiskVolumeSet> siblings);
   // The snapshot through which this volume group's system is mounted.
@@ -207,22 +209,24 @@ class CVDiskVolume final : public APFSVolume,
 
   const platform::DADiskRef daDisk_;
 
-  mutable std::mutex mutex_;
-  // Outer empty: not computed yet; inner empty: computed and absent.
-  mutable std::optional<std::optional<platform::Dictionary>> properties_;
-  mutable std::optional<std::optional<platform::Dictionary>> registryProperties_;
-  mutable std::optional<CVDiskVolumeRef> parent_;
-  mutable std::optional<std::optional<CVDiskVolumeSet>> children_;
-  mutable std::optional<std::optional<CVDiskVolumeSet>> siblings_;
-  mutable std::optional<bool> volumeIsIncludedInTimeMachine_;
-  mutable std::optional<std::vector<std::shared_ptr<CVSnapshot>>> volumeLocalSnapshots_;
+  // Facts of the description, which never changes for this object, are kept
+  // beside it: the volume UUID and the hash are read in every comparison.
+  Cached<std::optional<platform::Dictionary>> properties_;
+  Cached<std::optional<platform::Dictionary>> registryProperties_;
+  Cached<std::optional<platform::UUID>> volumeUUID_;
+  Cached<std::uint64_t> hash_;
+  Cached<std::optional<CVDiskVolumeSet>> children_;
+  Replaceable<CVDiskVolumeRef> parent_;
+  Replaceable<std::optional<CVDiskVolumeSet>> siblings_;
+  Replaceable<bool> volumeIsIncludedInTimeMachine_;
+  Replaceable<std::vector<std::shared_ptr<CVSnapshot>>> volumeLocalSnapshots_;
 };
 
 // Sorts volumes into ascending disk order, keeping the input order of equal
 // keys.
 void sortByDiskOrder(std::vector<CVDiskVolumeRef>& volumes);
 
-// The text a URL resource read error prints: the localized description on
-// standard output, then a line feed. Every resource read of the volume model
-// goes through this.
+// One URL resource value; a read error gives absent and prints nothing here
+// (see volumes/resource_errors.h for where its text goes). Every resource
+// read of the volume model goes through this.
 std::optional<platform::Value> resourceValue(const platform::URL& url, std::string_view key);

@@ -1,5 +1,7 @@
 // How a volume finds its role and its relatives in an APFS container: the
 // whole disk, the other slices, and the members of its volume group.
+#include <algorithm>
+
 #include "platform/disk_arbitration.h"
 #include "platform/platform.h"
 #include "volumes/cv_disk_volume.h"
@@ -21,11 +23,15 @@ VolumeRole CVDiskVolume::volumeRole() const {
   if (auto name = bsdName(); name && isMountedSnapshotBSDName(*name)) {
     return VolumeRole::mountedSystemSnapshot;
   }
+  // "Role" is an array of strings: an array holding anything else is no
+  // "Role" at all, and so is an empty one.
   auto role = ioProperty("Role");
   if (!role || !role->array() || role->array()->empty()) return VolumeRole::generic;
-  const auto* word = role->array()->front().string();
-  if (!word) return VolumeRole::generic;
-  return volumeRoleFromRoleWord(*word);
+  const auto& words = *role->array();
+  if (!std::all_of(words.begin(), words.end(), [](const auto& word) { return word.string(); })) {
+    return VolumeRole::generic;
+  }
+  return volumeRoleFromRoleWord(*words.front().string());
 }
 
 std::optional<platform::UUID> CVDiskVolume::volumeGroupUUID() const {
@@ -35,33 +41,18 @@ std::optional<platform::UUID> CVDiskVolume::volumeGroupUUID() const {
 }
 
 CVDiskVolumeRef CVDiskVolume::parent() const {
-  {
-    std::lock_guard lock(mutex_);
-    if (parent_) return *parent_;
-  }
-  CVDiskVolumeRef computed;
-  if (!daFlag(platform::kDADiskDescriptionMediaWholeKey)) {
-    if (auto whole = current().diskArbitration->DADiskCopyWholeDisk(daDisk_)) {
-      computed = initWithDADisk(std::move(whole));
-    }
-  }
-  std::lock_guard lock(mutex_);
-  if (!parent_) parent_ = std::move(computed);
-  return *parent_;
+  return parent_.get([&]() -> CVDiskVolumeRef {
+    if (daFlag(platform::kDADiskDescriptionMediaWholeKey)) return nullptr;
+    auto whole = current().diskArbitration->DADiskCopyWholeDisk(daDisk_);
+    return whole ? initWithDADisk(std::move(whole)) : nullptr;
+  });
 }
 
-void CVDiskVolume::setParent(CVDiskVolumeRef parent) {
-  std::lock_guard lock(mutex_);
-  parent_ = std::move(parent);
-}
+void CVDiskVolume::setParent(CVDiskVolumeRef parent) { parent_.set(std::move(parent)); }
 
-std::optional<CVDiskVolumeSet> CVDiskVolume::children() const {
-  {
-    std::lock_guard lock(mutex_);
-    if (children_) return *children_;
-  }
-  std::optional<CVDiskVolumeSet> computed;
-  if (daFlag(platform::kDADiskDescriptionMediaWholeKey)) {
+const std::optional<CVDiskVolumeSet>& CVDiskVolume::children() const {
+  return children_.get([&]() -> std::optional<CVDiskVolumeSet> {
+    if (!daFlag(platform::kDADiskDescriptionMediaWholeKey)) return std::nullopt;
     const auto ownName = bsdName();
     CVDiskVolumeSet found;
     for (auto& volume : localDisks()) {
@@ -71,39 +62,28 @@ std::optional<CVDiskVolumeSet> CVDiskVolume::children() const {
       auto parentName = itsParent ? itsParent->bsdName() : std::nullopt;
       if (sameName(parentName, ownName)) found.insert(volume);
     }
-    if (!found.empty()) computed = std::move(found);
-  }
-  std::lock_guard lock(mutex_);
-  if (!children_) children_ = std::move(computed);
-  return *children_;
+    if (found.empty()) return std::nullopt;
+    return found;
+  });
 }
 
 std::optional<CVDiskVolumeSet> CVDiskVolume::siblings() const {
-  {
-    std::lock_guard lock(mutex_);
-    if (siblings_) return *siblings_;
-  }
-  std::optional<CVDiskVolumeSet> computed;
-  if (!daFlag(platform::kDADiskDescriptionMediaWholeKey)) {
-    if (auto whole = parent()) {
-      if (auto slices = whole->children()) {
-        const auto ownName = bsdName();
-        CVDiskVolumeSet others;
-        for (const auto& slice : *slices) {
-          if (!sameName(slice->bsdName(), ownName)) others.insert(slice);
-        }
-        if (!others.empty()) computed = std::move(others);
-      }
+  return siblings_.get([&]() -> std::optional<CVDiskVolumeSet> {
+    if (daFlag(platform::kDADiskDescriptionMediaWholeKey)) return std::nullopt;
+    auto whole = parent();
+    if (!whole || !whole->children()) return std::nullopt;
+    const auto ownName = bsdName();
+    CVDiskVolumeSet others;
+    for (const auto& slice : *whole->children()) {
+      if (!sameName(slice->bsdName(), ownName)) others.insert(slice);
     }
-  }
-  std::lock_guard lock(mutex_);
-  if (!siblings_) siblings_ = std::move(computed);
-  return *siblings_;
+    if (others.empty()) return std::nullopt;
+    return others;
+  });
 }
 
 void CVDiskVolume::setSiblings(std::optional<CVDiskVolumeSet> siblings) {
-  std::lock_guard lock(mutex_);
-  siblings_ = std::move(siblings);
+  siblings_.set(std::move(siblings));
 }
 
 CVDiskVolumeRef CVDiskVolume::siblingWithRole(VolumeRole role) const {

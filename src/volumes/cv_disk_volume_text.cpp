@@ -37,7 +37,7 @@ std::string CVDiskVolume::info() const {
   using platform::kDADiskDescriptionVolumeNameKey;
 
   std::string blockSizeText;
-  if (auto description = properties()) {
+  if (const auto& description = properties()) {
     const auto* value = platform::lookup(*description, platform::kDADiskDescriptionMediaBlockSizeKey);
     if (value) {
       if (auto number = value->asUInt64()) blockSizeText = std::to_string(*number);
@@ -86,6 +86,8 @@ std::string CVDiskVolume::info() const {
       {"Volume Journaling", yesNo(volumeIsJournaling())},
       {"Volume Case Sensitive", yesNo(volumeIsCaseSensitive())},
       {"Volume Mountable", yesNo(daFlag(platform::kDADiskDescriptionVolumeMountableKey))},
+      // "Mounted" is readiness: a mount point that exists on a mountable
+      // volume. There is no separate mounted state.
       {"Volume Mounted", yesNo(isReady())},
       {"Volume Writable", yesNo(isWritable())},
       {"Volume Browsable", yesNo(mountResourceFlag(platform::NSURLVolumeIsBrowsableKey))},

@@ -4,46 +4,32 @@
 #include "volumes/cv_disk_volume.h"
 
 bool CVDiskVolume::volumeIsIncludedInTimeMachine() const {
-  {
-    std::lock_guard lock(mutex_);
-    if (volumeIsIncludedInTimeMachine_) return *volumeIsIncludedInTimeMachine_;
-  }
-  bool included = false;
-  auto mount = mountPath();
-  if (isReady() && mount) {
+  return volumeIsIncludedInTimeMachine_.get([&] {
+    auto mount = mountPath();
+    if (!isReady() || !mount) return false;
     auto lines = runTmutil({"isexcluded", *mount});
-    included = lines && !lines->empty() && lines->front().find("[Included]") != std::string::npos;
-  }
-  std::lock_guard lock(mutex_);
-  if (!volumeIsIncludedInTimeMachine_) volumeIsIncludedInTimeMachine_ = included;
-  return *volumeIsIncludedInTimeMachine_;
+    return lines && !lines->empty() && lines->front().find("[Included]") != std::string::npos;
+  });
 }
 
 void CVDiskVolume::setVolumeIsIncludedInTimeMachine(bool included) {
-  std::lock_guard lock(mutex_);
-  volumeIsIncludedInTimeMachine_ = included;
+  volumeIsIncludedInTimeMachine_.set(included);
 }
 
 std::vector<std::shared_ptr<CVSnapshot>> CVDiskVolume::volumeLocalSnapshots() const {
-  {
-    std::lock_guard lock(mutex_);
-    if (volumeLocalSnapshots_) return *volumeLocalSnapshots_;
-  }
-  std::vector<std::shared_ptr<CVSnapshot>> snapshots;
-  auto mount = mountPath();
-  if (isReady() && mount) {
+  return volumeLocalSnapshots_.get([&] {
+    std::vector<std::shared_ptr<CVSnapshot>> snapshots;
+    auto mount = mountPath();
+    if (!isReady() || !mount) return snapshots;
     if (auto lines = runTmutil({"listlocalsnapshots", *mount})) {
       for (const auto& line : *lines) {
         if (auto snapshot = CVSnapshot::make(line)) snapshots.push_back(std::move(snapshot));
       }
     }
-  }
-  std::lock_guard lock(mutex_);
-  if (!volumeLocalSnapshots_) volumeLocalSnapshots_ = std::move(snapshots);
-  return *volumeLocalSnapshots_;
+    return snapshots;
+  });
 }
 
 void CVDiskVolume::setVolumeLocalSnapshots(std::vector<std::shared_ptr<CVSnapshot>> snapshots) {
-  std::lock_guard lock(mutex_);
-  volumeLocalSnapshots_ = std::move(snapshots);
+  volumeLocalSnapshots_.set(std::move(snapshots));
 }

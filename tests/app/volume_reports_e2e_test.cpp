@@ -9,21 +9,21 @@
 #include <gtest/gtest.h>
 
 #include "bundle_info.inc"
+#include "support/machine_builder.h"
 #include "support/run_cvdiag.h"
-#include "volumes/volume_golden_support.h"
 
 namespace {
 
 const std::string kVersionHead = std::string("Corvane Diagnostics version: ") + CVDIAG_SHORT_VERSION + " (" +
                                  CVDIAG_PROJECT_VERSION + "-" + CVDIAG_SOURCE_VERSION + "), macOS ";
 
-std::string readGolden(const volumetest::CopiedMachine& machine, const std::string& name) {
+std::string readGolden(const testsupport::MachineBuilder& machine, const std::string& name) {
   std::ifstream in(machine.source() / "expected" / name, std::ios::binary);
   return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
 
 TEST(VolumeReportsEndToEndTest, VersionCatalogueAndDuplicates) {
-  volumetest::CopiedMachine machine("volumes_catalogue");
+  testsupport::MachineBuilder machine("volumes_catalogue");
   auto result = cvdiag_test::runCVDiag({"--duplicate-volume-UUIDs", "--local-volumes-and-disks", "--version"},
                                        {{"CVDIAG_MACHINE", machine.folder().string()}});
   EXPECT_EQ(result.out, kVersionHead + "14.2.1 (23C71)\n\n" + readGolden(machine, "catalogue.txt") +
@@ -33,7 +33,7 @@ TEST(VolumeReportsEndToEndTest, VersionCatalogueAndDuplicates) {
 }
 
 TEST(VolumeReportsEndToEndTest, VersionLineWithoutARootSystem) {
-  volumetest::CopiedMachine machine("volumes_catalogue");
+  testsupport::MachineBuilder machine("volumes_catalogue");
   std::filesystem::remove(machine.folder() / "System/Library/CoreServices/SystemVersion.plist");
   auto result = cvdiag_test::runCVDiag({"--version"}, {{"CVDIAG_MACHINE", machine.folder().string()}});
   EXPECT_EQ(result.out, kVersionHead + "\n\n");

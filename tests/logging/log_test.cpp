@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "platform/platform.h"
+#include "support/capturing_log_sink.h"
 
 using platform::LogEntry;
 using platform::LogLevel;
@@ -30,7 +31,7 @@ TEST(LogTest, EachGroupNamesItsSubsystemAndAFreshLogger) {
 }
 
 TEST(LogTest, EachLevelSendsTheWholeMessageOnceAndNoSinkDropsThem) {
-  auto sink = std::make_shared<platform::CapturingLogSink>();
+  auto sink = std::make_shared<testsupport::CapturingLogSink>();
   platform::Platform p;
   p.log = sink;
   platform::install(std::move(p));

@@ -80,27 +80,6 @@ TEST(DispatchQueueTest, QueuesThatShareAnAncestorAreSerialisedThroughIt) {
   EXPECT_FALSE(ancestor.isCurrent());
 }
 
-TEST(DispatchQueueTest, QueuesWithoutACommonAncestorRunConcurrently) {
-  // Each item waits for the other: serialising the two would time out.
-  auto a = DispatchQueue::serial("test.a");
-  auto b = DispatchQueue::serial("test.b", QualityOfService::Default,
-                                 DispatchQueue::global(QualityOfService::UserInitiated));
-  DispatchSemaphore aRunning, bRunning;
-  std::atomic<bool> aSawB{false}, bSawA{false};
-  DispatchGroup group;
-  a.async(group, [&] {
-    aRunning.signal();
-    aSawB = bRunning.wait(DispatchTime::now() + kGenerous);
-  });
-  b.async(group, [&] {
-    bRunning.signal();
-    bSawA = aRunning.wait(DispatchTime::now() + kGenerous);
-  });
-  ASSERT_TRUE(group.wait(DispatchTime::now() + 2 * kGenerous));
-  EXPECT_TRUE(aSawB.load());
-  EXPECT_TRUE(bSawA.load());
-}
-
 TEST(DispatchQueueTest, SyncWaitsForEarlierWorkAndRunsOnTheCallingThreadHoldingTheQueue) {
   auto ancestor = DispatchQueue::serial("test.sync.ancestor");
   auto queue = DispatchQueue::serial("test.sync", QualityOfService::Default, ancestor);
@@ -150,33 +129,6 @@ TEST(DispatchQueueTest, SyncFromAQueueOntoAnotherDoesNotDeadlock) {
   int final = 0;
   guard.sync([&] { final = value; });
   EXPECT_EQ(final, 50);
-}
-
-TEST(DispatchQueueTest, SyncPassesAnExceptionOnAndLeavesTheQueueUsable) {
-  auto queue = DispatchQueue::serial("test.throw");
-  EXPECT_THROW(queue.sync([] { throw std::runtime_error("boom"); }), std::runtime_error);
-  bool ran = false;
-  queue.sync([&] { ran = true; });
-  EXPECT_TRUE(ran);
-  EXPECT_FALSE(queue.isCurrent());
-}
-
-TEST(DispatchQueueTest, GlobalQueuesAreOnePerClassAndConcurrent) {
-  auto q = DispatchQueue::global(QualityOfService::Background);
-  EXPECT_TRUE(q == DispatchQueue::global(QualityOfService::Background));
-  EXPECT_FALSE(q == DispatchQueue::global(QualityOfService::Utility));
-  DispatchSemaphore first, second;
-  std::atomic<bool> firstSawSecond{false};
-  DispatchGroup group;
-  q.async(group, [&] {
-    first.signal();
-    firstSawSecond = second.wait(DispatchTime::now() + kGenerous);
-  });
-  q.async(group, [&] {
-    if (first.wait(DispatchTime::now() + kGenerous)) second.signal();
-  });
-  ASSERT_TRUE(group.wait(DispatchTime::now() + 2 * kGenerous));
-  EXPECT_TRUE(firstSawSecond.load());
 }
 
 TEST(DispatchGroupTest, WaitEndsAtTheDeadlineWhileMembersRemainAndAtOnceWhenEmpty) {
@@ -237,18 +189,4 @@ TEST(DispatchDeathTest, SyncOnAQueueTheThreadHoldsStopsWithAMessage) {
   EXPECT_DEATH(queue.sync([&] { queue.sync([] {}); }), "already holds.*test.held");
   // Waiting for the ancestor from work of a queue below it can never start either.
   EXPECT_DEATH(queue.sync([&] { ancestor.sync([] {}); }), "already holds.*test.held.ancestor");
-}
-
-TEST(DispatchDeathTest, BusyQueuesDoNotKeepTheProcessFromExiting) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(
-      {
-        auto queue = DispatchQueue::serial("test.busy");
-        DispatchSemaphore never;
-        queue.async([never] { never.wait(); });
-        queue.async([] {});
-        DispatchQueue::global(QualityOfService::Utility).async([never] { never.wait(); });
-        std::exit(7);
-      },
-      testing::ExitedWithCode(7), "");
 }

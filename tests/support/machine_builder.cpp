@@ -1,9 +1,14 @@
 #include "support/machine_builder.h"
 
+#include <sys/stat.h>
+
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "platform/machine/machine_platform.h"
 
@@ -26,6 +31,14 @@ MachineBuilder::MachineBuilder() {
     throw std::runtime_error("cannot make a temporary machine folder");
   folder_ = pattern;
   jsonText("{}");
+}
+
+MachineBuilder::MachineBuilder(std::string_view machineName) : MachineBuilder() {
+  source_ = std::filesystem::path(CVDIAG_TEST_MACHINES) / machineName;
+  std::filesystem::copy(source_, folder_,
+                        std::filesystem::copy_options::recursive |
+                            std::filesystem::copy_options::copy_symlinks |
+                            std::filesystem::copy_options::overwrite_existing);
 }
 
 MachineBuilder::~MachineBuilder() {
@@ -71,6 +84,32 @@ MachineBuilder& MachineBuilder::symlink(std::string_view macPath, std::string_vi
   return *this;
 }
 
+MachineBuilder& MachineBuilder::script(std::string_view macPath, std::string_view body,
+                                       std::string_view interpreter) {
+  auto path = hostPath(macPath);
+  writeText(path, "#!" + std::string(interpreter) + "\n" + std::string(body));
+  ::chmod(path.c_str(), 0755);
+  return *this;
+}
+
+std::string MachineBuilder::text(std::string_view macPath) const {
+  std::ifstream in(hostPath(macPath), std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+void MachineBuilder::expectGolden(std::string_view relative, const std::string& actual) const {
+  auto path = source_ / "expected" / relative;
+  const char* update = std::getenv("CVDIAG_UPDATE_GOLDENS");
+  if (update && std::string(update) == "1") {
+    writeText(path, actual);
+    return;
+  }
+  std::ifstream in(path, std::ios::binary);
+  ASSERT_TRUE(in) << "missing golden file " << path;
+  std::string expected((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(actual, expected) << "golden file " << path;
+}
+
 std::variant<std::shared_ptr<const platform::machine::Machine>, std::string>
 MachineBuilder::tryLoad() const {
   return platform::machine::loadMachine(folder_);
@@ -88,6 +127,13 @@ platform::Platform MachineBuilder::platform(platform::Dictionary infoDictionary)
 
 platform::Platform MachineBuilder::install(platform::Dictionary infoDictionary) const {
   platform::Platform p = platform(std::move(infoDictionary));
+  platform::install(p);
+  return p;
+}
+
+platform::Platform MachineBuilder::install(std::shared_ptr<platform::LogSink> log) const {
+  platform::Platform p = platform();
+  p.log = std::move(log);
   platform::install(p);
   return p;
 }

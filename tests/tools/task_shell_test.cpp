@@ -11,7 +11,8 @@
 #include <thread>
 
 #include "platform/log.h"
-#include "platform/machine/temp_machine.h"
+#include "support/capturing_log_sink.h"
+#include "support/machine_builder.h"
 
 using Lines = std::vector<std::string>;
 
@@ -45,8 +46,8 @@ class TaskShellTest : public ::testing::Test {
  protected:
   void SetUp() override { machine.install(log); }
 
-  TempMachine machine;
-  std::shared_ptr<platform::CapturingLogSink> log = std::make_shared<platform::CapturingLogSink>();
+  testsupport::MachineBuilder machine;
+  std::shared_ptr<testsupport::CapturingLogSink> log = std::make_shared<testsupport::CapturingLogSink>();
 };
 
 }  // namespace
@@ -65,7 +66,7 @@ TEST_F(TaskShellTest, GivesBothStreamsMixedInOrderAndIgnoresTheExitStatus) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.script);
-    machine.writeScript("/usr/sbin/diskutil", c.script);
+    machine.script("/usr/sbin/diskutil", c.script);
     EXPECT_EQ(NSTask::shellWithLaunchPath("/usr/sbin/diskutil", {"info", "disk99"}), c.lines);
   }
 }
@@ -73,7 +74,7 @@ TEST_F(TaskShellTest, GivesBothStreamsMixedInOrderAndIgnoresTheExitStatus) {
 TEST_F(TaskShellTest, KeepsWhatTheChildWritesJustBeforeItExits) {
   // The tail comes after a burst and right before the exit, on both streams;
   // the termination may be seen before the last bytes are read.
-  machine.writeScript("/usr/bin/tail",
+  machine.script("/usr/bin/tail",
                       "yes line | head -n 20000\nprintf 'tail-out\\n'\nprintf 'tail-err' >&2\nexit 0\n");
   for (int run = 0; run < 10; ++run) {
     SCOPED_TRACE(run);
@@ -87,7 +88,7 @@ TEST_F(TaskShellTest, KeepsWhatTheChildWritesJustBeforeItExits) {
 }
 
 TEST_F(TaskShellTest, TheCompletionRunsOnTheCallersThreadWithTheReapedTask) {
-  machine.writeScript("/usr/sbin/diskutil", "echo \"$1,$2\"\nexit 4\n");
+  machine.script("/usr/sbin/diskutil", "echo \"$1,$2\"\nexit 4\n");
   std::optional<std::thread::id> calledOn;
   TaskLines seen;
   std::optional<int> statusInCompletion;
@@ -107,30 +108,11 @@ TEST_F(TaskShellTest, TheCompletionRunsOnTheCallersThreadWithTheReapedTask) {
   EXPECT_EQ(errno, ECHILD) << "the child was reaped";
 }
 
-TEST_F(TaskShellTest, AProgramThatCannotBeStartedGivesAbsentLines) {
-  TaskLines seen = Lines{"not replaced"};
-  auto task = NSTask::shellWithLaunchPath("/usr/sbin/diskutil", {"list"},
-                                          [&](platform::Task&, const TaskLines& lines) { seen = lines; });
-  EXPECT_EQ(seen, std::nullopt);
-  EXPECT_FALSE(task->processIdentifier().has_value());
-}
-
-TEST_F(TaskShellTest, RunsFromManyThreadsAtOnce) {
-  machine.writeScript("/usr/sbin/diskutil", "echo \"$1\"\necho \"$1\" >&2\n");
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 6; ++i) {
-    threads.emplace_back([&, d = "disk" + std::to_string(i)] {
-      EXPECT_EQ(NSTask::shellWithLaunchPath("/usr/sbin/diskutil", {d}), (Lines{d, d, ""}));
-    });
-  }
-  for (auto& t : threads) t.join();
-}
-
 TEST_F(TaskShellTest, TmutilGivesStandardOutputOnlyAndAbsentWithoutALogLine) {
   EXPECT_EQ(runTmutil({"listlocalsnapshots", "/"}), std::nullopt);  // missing
-  machine.writeScript("/usr/bin/tmutil", "printf '\\377'\n");
+  machine.script("/usr/bin/tmutil", "printf '\\377'\n");
   EXPECT_EQ(runTmutil({"listlocalsnapshots", "/"}), std::nullopt);
-  machine.writeScript("/usr/bin/tmutil",
+  machine.script("/usr/bin/tmutil",
                       "echo \"[Included]   $2\"\necho 'tmutil: this goes to the tool' >&2\necho \"$1\"\n");
   testing::internal::CaptureStderr();
   auto lines = runTmutil({"isexcluded", "/Volumes/Backup"});
@@ -141,7 +123,7 @@ TEST_F(TaskShellTest, TmutilGivesStandardOutputOnlyAndAbsentWithoutALogLine) {
 
 TEST_F(TaskShellTest, TmutilThatOutlivesItsBoundLogsAndRunsOn) {
   auto marker = machine.folder() / "finished";
-  machine.writeScript("/usr/bin/tmutil",
+  machine.script("/usr/bin/tmutil",
                       "echo started\nsleep 1\necho finished > '" + marker.string() + "'\n");
   EXPECT_EQ(runTmutil({"listlocalsnapshots", "/Volumes/Backup Disk"}, 0.2), std::nullopt);
   auto entries = log->entries();
@@ -167,7 +149,7 @@ TEST_F(TaskShellTest, ATmutilChildStillRunningDoesNotKeepTheToolFromExiting) {
   ::setenv("CVDIAG_TEST_PID_FILE", pidFile.c_str(), 0);
   // The child drops every descriptor it inherited from the test harness, so
   // that only the tool's own process can be waited for.
-  machine.writeScript("/usr/bin/tmutil",
+  machine.script("/usr/bin/tmutil",
                       "echo $$ > \"$CVDIAG_TEST_PID_FILE\"\n"
                       "for fd in $(ls /proc/$$/fd); do [ \"$fd\" -gt 2 ] && eval \"exec $fd>&-\"; done\n"
                       "exec sleep 60\n",

@@ -30,17 +30,6 @@ TEST(CVDiskImageFileNameTest, ExtensionsAndWritability) {
   EXPECT_FALSE(file->mountPath());
 }
 
-TEST(CVDiskImageFileNameTest, IdentityAndOrder) {
-  auto a = image("/Users/ada/A.dmg");
-  auto b = image("/Users/ada/B.dmg");
-  auto a2 = image("/Users/ada/A.dmg");
-  EXPECT_TRUE(a->isEqual(*a));
-  EXPECT_FALSE(a->isEqual(*a2));  // identity, not the path
-  EXPECT_EQ(a->hash(), a2->hash());
-  EXPECT_TRUE(*a < *b);
-  EXPECT_FALSE(*b < *a || *a < *a2);
-}
-
 using CVDiskImageFileTest = VolumeMachineTest;
 
 TEST_F(CVDiskImageFileTest, MountPathCountsVolumesNamedLikeTheImage) {
@@ -65,25 +54,6 @@ TEST_F(CVDiskImageFileTest, MountPathCountsVolumesNamedLikeTheImage) {
   EXPECT_EQ(image("/Users/ada/Other.dmg")->mountPath(), "/Volumes/Other");
   EXPECT_EQ(image("/Users/ada/Mac.sparseimage")->predictedDataVolumeMountPath(), "/Volumes/Mac - Data 1");
   EXPECT_EQ(image("/Users/ada/Solo.sparseimage")->predictedDataVolumeMountPath(), "/Volumes/Solo - Data");
-}
-
-TEST_F(CVDiskImageFileTest, TextsAndReadiness) {
-  machine.file("/Users/ada/Project Files.dmg", "image");
-  machine.install();
-  auto present = image("/Users/ada/Project Files.dmg");
-  EXPECT_TRUE(present->isReady());
-  EXPECT_EQ(present->info(),
-            "CVDiskImageFile \n"
-            "   Image Name            : Project Files \n"
-            "   Image Path            : file:///Users/ada/Project%20Files.dmg\n"
-            "   Ready                 : YES");
-  EXPECT_EQ(present->description(), "Disk Image: Project Files, path: /Users/ada/Project Files.dmg");
-  EXPECT_EQ(present->debugDescription(), present->description());
-
-  EXPECT_FALSE(image("/Users/ada/Missing.dmg")->isReady());
-  EXPECT_EQ(image("/Users/ada/Missing.dmg")->info(),
-            "CVDiskImageFile \n   Image Name            : Missing \n"
-            "   Image Path            : file:///Users/ada/Missing.dmg\n   Ready                 : NO");
 }
 
 TEST_F(CVDiskImageFileTest, BookmarksRoundTripAndFailSoftly) {

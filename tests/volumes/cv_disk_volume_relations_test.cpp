@@ -34,12 +34,15 @@ TEST_F(CVDiskVolumeRelationsTest, RolesComeFromTheNameThenTheFirstRoleWord) {
   empty["io"]["Role"] = json::array();
   auto notStrings = apfsVolume("disk5s4", "Odd", nullptr, nullptr);
   notStrings["io"]["Role"] = {5};
-  installBootContainer({backup, twoWords, empty, notStrings});
+  auto laterNotText = apfsVolume("disk5s5", "Later", nullptr, nullptr);
+  laterNotText["io"]["Role"] = {"System", 5};  // not an array of strings: no role
+  installBootContainer({backup, twoWords, empty, notStrings, laterNotText});
 
   const std::pair<const char*, VolumeRole> cases[] = {
       {"disk3s1s1", VolumeRole::mountedSystemSnapshot}, {"disk3s1", VolumeRole::system},
       {"disk3s4", VolumeRole::virtualMemory}, {"disk3", VolumeRole::generic}, {"disk5s1", VolumeRole::timeMachine},
-      {"disk5s2", VolumeRole::generic}, {"disk5s3", VolumeRole::generic}, {"disk5s4", VolumeRole::generic}};
+      {"disk5s2", VolumeRole::generic}, {"disk5s3", VolumeRole::generic}, {"disk5s4", VolumeRole::generic},
+      {"disk5s5", VolumeRole::generic}};
   for (const auto& [bsdName, role] : cases) EXPECT_EQ(volume(bsdName)->volumeRole(), role) << bsdName;
 }
 
@@ -101,14 +104,6 @@ TEST_F(CVDiskVolumeRelationsTest, GroupsWithoutUUIDsLoneSlicesAndOtherSnapshots)
   // Only slice one of the system is its mounted snapshot.
   EXPECT_EQ(nameOf(volume("disk7s2")->systemVolume()), "disk7s1");
   EXPECT_FALSE(volume("disk7s2")->mountedSnapshotVolume());
-}
-
-TEST_F(CVDiskVolumeRelationsTest, ClearedSiblingsLeaveNoGroupButTheVolumeItself) {
-  installBootContainer();
-  auto system = volume("disk3s1");
-  system->setSiblings(std::nullopt);
-  EXPECT_FALSE(system->dataVolume());
-  EXPECT_EQ(system->systemVolume().get(), system.get());
 }
 
 TEST_F(CVDiskVolumeRelationsTest, DiskImageVolumesAndTheirSystem) {

@@ -2,8 +2,6 @@
 // Media objects for the volume tests' machine folders, in the JSON of
 // machine.json. Each helper gives a plain object that a test adjusts.
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -95,10 +93,7 @@ class VolumeMachineTest : public ::testing::Test {
     for (const auto& v : volumes) out.push_back(nameOf(v));
     return out;
   }
-  std::string logText() const {
-    std::ifstream log(machine.hostPath("/var/log/cvdiag.log"));
-    return {std::istreambuf_iterator<char>(log), std::istreambuf_iterator<char>()};
-  }
+  std::string logText() const { return machine.text("/var/log/cvdiag.log"); }
   testsupport::MachineBuilder machine;
 };
 

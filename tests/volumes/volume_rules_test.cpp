@@ -39,40 +39,6 @@ TEST(VolumeFormatTest, PersonalitiesDropEncryptionAndLookupIsExact) {
   }
 }
 
-TEST(VolumeFormatTest, KindOfAnUnmountedVolume) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"hfs", "HFS"}, {"exfat", "EXFAT"}, {"msdos", "MS-DOS (FAT32)"},
-      {"MsDos", "MS-DOS (FAT32)"}, {"apfs", "APFS"}, {"", ""}};
-  for (const auto& [kind, format] : cases) EXPECT_EQ(formatDescriptionFromVolumeKind(kind), format) << kind;
-}
-
-TEST(VolumeRoleTest, RoleWordsAreComparedExactly) {
-  const std::pair<const char*, VolumeRole> cases[] = {
-      {"PreBoot", VolumeRole::preboot}, {"Preboot", VolumeRole::preboot},
-      {"preboot", VolumeRole::generic}, {"VM", VolumeRole::virtualMemory},
-      {"Backup", VolumeRole::timeMachine}, {"System", VolumeRole::system},
-      {"Data", VolumeRole::data}, {"", VolumeRole::generic},
-      // The snapshot role and the texts that differ from their words have no word.
-      {"Mounted System Snapshot", VolumeRole::generic}, {"Time Machine", VolumeRole::generic},
-      {"Virtual Memory", VolumeRole::generic}};
-  for (const auto& [word, role] : cases) EXPECT_EQ(volumeRoleFromRoleWord(word), role) << word;
-  EXPECT_EQ(volumeRoleFromRawValue(0), VolumeRole::preboot);
-  EXPECT_EQ(volumeRoleFromRawValue(9), VolumeRole::generic);
-  EXPECT_FALSE(volumeRoleFromRawValue(-1).has_value());
-  EXPECT_FALSE(volumeRoleFromRawValue(10).has_value());
-  EXPECT_EQ(description(VolumeRole::virtualMemory), "Virtual Memory");
-  EXPECT_EQ(description(VolumeRole::mountedSystemSnapshot), "Mounted System Snapshot");
-}
-
-TEST(VolumeRoleTest, SliceOfASliceIsAMountedSnapshot) {
-  for (const char* name : {"disk3s1s1", "disk12s3s14", "/dev/disk3s1s1"}) {
-    EXPECT_TRUE(isMountedSnapshotBSDName(name)) << name;
-  }
-  for (const char* name : {"disk3", "disk3s1", "disk3s", "disks1s1"}) {
-    EXPECT_FALSE(isMountedSnapshotBSDName(name)) << name;
-  }
-}
-
 TEST(OperatingSystemVersionTest, TextDropsAZeroPatch) {
   const std::pair<const char*, const char*> cases[] = {
       {"13.0", "13.0"},     {"13.0.0", "13.0"},   {"14.2.1", "14.2.1"}, {"14.2.1.5", "14.2.1"},
@@ -82,18 +48,6 @@ TEST(OperatingSystemVersionTest, TextDropsAZeroPatch) {
   for (const auto& [text, shown] : cases) EXPECT_EQ(OperatingSystemVersion::fromString(text).text(), shown) << text;
   auto v = OperatingSystemVersion::fromString("14.2.1");
   EXPECT_EQ(std::tuple(v.majorVersion, v.minorVersion, v.patchVersion), std::tuple(14, 2, 1));
-}
-
-TEST(OperatingSystemVersionTest, MalformedTextThrowsTheCocoaError) {
-  for (const char* bad : {"14", "", ".", "14.a", "a.1", "14.2.x", "14. 2", "14.+", "1.2a",
-                          "99999999999999999999.1"}) {
-    try {
-      OperatingSystemVersion::fromString(bad);
-      ADD_FAILURE() << bad;
-    } catch (const OperatingSystemVersionError& error) {
-      EXPECT_STREQ(error.what(), "String is not transformable into OperatingSystemVersion") << bad;
-    }
-  }
 }
 
 TEST(CVSnapshotTest, NamePattern) {

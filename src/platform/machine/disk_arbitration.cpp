@@ -174,15 +174,18 @@ class MachineDiskArbitration final : public SimulatedDiskArbitration {
   DADiskRef DADiskCreateFromBSDName(const DASessionRef& session,
                                     std::string_view name) const override {
     if (sessionOf(session) == nullptr) return nullptr;
-    name = stripDevPrefix(name);
-    for (std::size_t i = 0; i < mediaCount(); ++i)
-      if (bsdNameOf(i) == std::optional<std::string>(name)) return diskAt(i, session);
-    return nullptr;
+    auto index = indexOfBSDName(name);
+    return index ? diskAt(*index, session) : nullptr;
   }
 
   DADiskRef DADiskCreateFromVolumePath(const DASessionRef& session, const URL& path) const override {
     if (sessionOf(session) == nullptr || !path.isFileURL()) return nullptr;
     const std::string wanted = normalizeMacPath(path.path());
+    if (!descriptionsReplaced()) {
+      const auto& byPath = state_->machine->mediaByMountPath;
+      auto found = byPath.find(wanted);
+      return found == byPath.end() ? nullptr : diskAt(found->second, session);
+    }
     for (std::size_t i = 0; i < mediaCount(); ++i) {
       auto d = description(i);
       if (!d) continue;
@@ -412,8 +415,16 @@ class MachineDiskArbitration final : public SimulatedDiskArbitration {
     return bsdNameOfLocked(index);
   }
 
+  // Whether a simulated change replaced a description: then the machine's
+  // own lookups no longer hold, and the descriptions are searched.
+  bool descriptionsReplaced() const {
+    std::lock_guard lock(state_->mutex);
+    return !state_->replacedDescriptions.empty();
+  }
+
   std::optional<std::size_t> indexOfBSDName(std::string_view name) const {
     name = stripDevPrefix(name);
+    if (!name.empty() && !descriptionsReplaced()) return mediaIndexByBSDName(*state_->machine, name);
     for (std::size_t i = 0; i < mediaCount(); ++i)
       if (bsdNameOf(i) == std::optional<std::string>(name)) return i;
     return std::nullopt;

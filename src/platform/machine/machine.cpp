@@ -12,6 +12,15 @@ std::filesystem::path Machine::hostPath(std::string_view macPath) const {
   return result;
 }
 
+void Machine::indexMedia() {
+  mediaByBSDName.clear();
+  mediaByMountPath.clear();
+  for (std::size_t i = 0; i < media.size(); ++i) {
+    if (auto bsd = media[i].bsdName(); bsd && !bsd->empty()) mediaByBSDName.try_emplace(*bsd, i);
+    if (auto mount = media[i].mountPath()) mediaByMountPath.try_emplace(normalizeMacPath(*mount), i);
+  }
+}
+
 std::optional<std::string> MediaObject::bsdName() const {
   if (!da) return std::nullopt;
   const Value* v = lookup(*da, "DAMediaBSDName");

@@ -4,6 +4,7 @@
 // shares one loaded Machine; the tool's logic never sees this type.
 
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -66,6 +67,10 @@ struct Machine {
   std::string home = "/Users/user";
   std::optional<std::string> bundleIdentifier;
   std::vector<MediaObject> media;          // in the order IOKit hands them out
+  // Lookups over `media`, made by indexMedia() once the media are in place:
+  // the first object of each BSD name, the first of each normalised mount path.
+  std::map<std::string, std::size_t, std::less<>> mediaByBSDName;
+  std::map<std::string, std::size_t, std::less<>> mediaByMountPath;
   std::map<std::string, FileFacts> files;  // by Mac path
   std::set<std::string, std::less<>> failures;
 
@@ -74,6 +79,8 @@ struct Machine {
   std::filesystem::path hostPath(std::string_view macPath) const;
   // Whether the named platform operation is listed under "failures".
   bool fails(std::string_view operation) const { return failures.count(operation) != 0; }
+  // Fills the two lookups from `media`.
+  void indexMedia();
 };
 
 // Reads <folder>/machine.json. The error text is one line that names the file

@@ -387,6 +387,7 @@ std::variant<std::shared_ptr<const Machine>, std::string> loadMachine(
   machine->folder = root.lexically_normal();
   try {
     readDocument(document, *machine);
+    machine->indexMedia();
   } catch (const LoadError& e) {
     return name + ": " + oneLine(e.where) + ": " + oneLine(e.what);
   } catch (const json::exception& e) {

@@ -35,10 +35,9 @@ std::string_view stripDevPrefix(std::string_view name) {
 
 std::optional<std::size_t> mediaIndexByBSDName(const Machine& machine, std::string_view name) {
   name = stripDevPrefix(name);
-  if (name.empty()) return std::nullopt;
-  for (std::size_t i = 0; i < machine.media.size(); ++i)
-    if (auto bsd = machine.media[i].bsdName(); bsd && *bsd == name) return i;
-  return std::nullopt;
+  auto found = machine.mediaByBSDName.find(name);
+  if (found == machine.mediaByBSDName.end()) return std::nullopt;
+  return found->second;
 }
 
 std::optional<std::size_t> wholeDiskIndex(const Machine& machine, std::size_t index) {
@@ -61,21 +60,16 @@ std::optional<std::size_t> wholeDiskIndex(const Machine& machine, std::size_t in
 }
 
 std::optional<std::size_t> volumeIndexHolding(const Machine& machine, std::string_view macPath) {
+  // The path itself, then each shorter prefix of whole components, down to "/".
   const std::string path = normalizeMacPath(macPath);
-  std::optional<std::size_t> best;
-  std::size_t bestLength = 0;
-  for (std::size_t i = 0; i < machine.media.size(); ++i) {
-    auto mount = machine.media[i].mountPath();
-    if (!mount) continue;
-    const std::string m = normalizeMacPath(*mount);
-    bool holds = m == "/" || path == m ||
-                 (path.size() > m.size() && path.compare(0, m.size(), m) == 0 && path[m.size()] == '/');
-    if (holds && (!best || m.size() > bestLength)) {
-      best = i;
-      bestLength = m.size();
-    }
+  std::string_view prefix = path;
+  while (true) {
+    if (auto found = machine.mediaByMountPath.find(prefix); found != machine.mediaByMountPath.end())
+      return found->second;
+    if (prefix == "/") return std::nullopt;
+    auto slash = prefix.rfind('/');
+    prefix = prefix.substr(0, slash == 0 ? 1 : slash);
   }
-  return best;
 }
 
 const VolumeFacts* volumeFactsHolding(const Machine& machine, std::string_view macPath) {

@@ -47,7 +47,6 @@ class MediaRegistryEntry final : public IORegistryEntry {
   MediaRegistryEntry(std::shared_ptr<const Machine> machine, std::size_t index)
       : machine_(std::move(machine)), index_(index) {}
   const Machine& machine() const { return *machine_; }
-  const std::shared_ptr<const Machine>& machineRef() const { return machine_; }
   std::size_t index() const { return index_; }
   const MediaObject& media() const { return machine_->media[index_]; }
 

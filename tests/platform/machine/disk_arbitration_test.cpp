@@ -11,7 +11,6 @@
 
 using namespace platform;
 using platform::machine::SimulatedDiskArbitration;
-using platform::machine::UnmountRequest;
 using testsupport::MachineBuilder;
 
 namespace {
@@ -148,14 +147,6 @@ TEST_F(DiskArbitrationTest, WholeDisksFollowTheRuleOrTheRecordedName) {
     EXPECT_EQ(bsd(da->DADiskCopyWholeDisk(da->DADiskCreateFromBSDName(session, name))), whole) << name;
 }
 
-TEST_F(DiskArbitrationTest, SessionCreationFailsWhenTheMachineSaysSo) {
-  MachineBuilder failing;
-  failing.json({{"failures", {"DASessionCreate"}}, {"media", {mediaObject("disk1", true)}}});
-  auto p = failing.platform();
-  EXPECT_FALSE(p.diskArbitration->DASessionCreate());
-  EXPECT_EQ(p.diskArbitration->DARegisterDiskAppearedCallback(nullptr, std::nullopt, [](const DADiskRef&) {}).id, 0u);
-}
-
 TEST_F(DiskArbitrationTest, AppearedIsCalledOncePerMediaObjectOnTheQueueOnceOneIsSet) {
   TestQueue queue;
   Seen seen;
@@ -179,123 +170,6 @@ TEST_F(DiskArbitrationTest, AppearedIsCalledOncePerMediaObjectOnTheQueueOnceOneI
   queue.drain();
   EXPECT_EQ(seen.take(), (std::vector<std::string>{"disk1", "disk4"}));
 
-  // A simulated appearance reaches both registrations; after unregistering, one.
-  EXPECT_EQ(simulated->simulateDiskAppeared("/dev/disk4"), 2u);
-  queue.drain();
-  EXPECT_EQ(seen.take(), (std::vector<std::string>{"disk4", "disk4"}));
-  da->DAUnregisterCallback(session, token);
-  EXPECT_EQ(simulated->simulateDiskAppeared("disk4"), 1u);
-  EXPECT_EQ(simulated->simulateDiskAppeared("disk4s2"), 0u);  // not whole
-  EXPECT_EQ(simulated->simulateDiskAppeared("disk77"), 0u);
-  queue.drain();
-  EXPECT_EQ(seen.take(), (std::vector<std::string>{"disk4"}));
-}
-
-TEST_F(DiskArbitrationTest, DetachingTheQueueHoldsDeliveriesAndUnregisteringDropsQueuedOnes) {
-  TestQueue queue;
-  Seen seen;
-  auto token = da->DARegisterDiskDisappearedCallback(
-      session, kDADiskDescriptionMatchMediaWhole(),
-      [&](const DADiskRef& disk) { seen.add("gone " + bsd(disk).value_or("-")); });
-  da->DARegisterDiskPeekCallback(session, std::nullopt, 0,
-                                 [&](const DADiskRef& disk) { seen.add("peek " + *bsd(disk)); });
-  EXPECT_EQ(simulated->simulateDiskDisappeared("disk4"), 1u);
-  EXPECT_EQ(simulated->simulateDiskDisappeared("disk4s2"), 0u);  // whole media only
-  EXPECT_EQ(simulated->simulateDiskPeek("disk4s2"), 1u);
-  da->DASessionSetDispatchQueue(session, queue.executor());
-  queue.drain();
-  EXPECT_EQ(seen.take(), (std::vector<std::string>{"gone disk4", "peek disk4s2"}));
-
-  da->DASessionSetDispatchQueue(session, {});
-  EXPECT_EQ(simulated->simulateDiskDisappeared("disk1"), 1u);
-  da->DAUnregisterCallback(session, token);  // before the held delivery runs
-  da->DASessionSetDispatchQueue(session, queue.executor());
-  queue.drain();
-  EXPECT_TRUE(seen.take().empty());
-}
-
-TEST_F(DiskArbitrationTest, DescriptionChangesReplaceTheDescriptionAndTellTheChangedKeys) {
-  TestQueue queue;
-  da->DASessionSetDispatchQueue(session, queue.executor());
-  Seen seen;
-  auto record = [&](const char* who) {
-    return [&seen, who, this](const DADiskRef& disk, const std::vector<std::string>& keys) {
-      std::string line = std::string(who) + " " + bsd(disk).value_or("-") + ":";
-      for (const auto& k : keys) line += " " + k;
-      auto d = da->DADiskCopyDescription(disk);
-      line += " name=" + *lookup(*d, "DAVolumeName")->string();
-      seen.add(line);
-    };
-  };
-  Dictionary match{{"DAMediaBSDName", Value("disk4s2")}};
-  da->DARegisterDiskDescriptionChangedCallback(session, match, std::nullopt, record("all"));
-  da->DARegisterDiskDescriptionChangedCallback(session, match,
-                                               std::vector<std::string>{"DAVolumeUUID"}, record("uuid"));
-  da->DARegisterDiskDescriptionChangedCallback(session, Dictionary{{"DAMediaBSDName", Value("disk1s1")}},
-                                               std::nullopt, record("other"));
-
-  auto description = *da->DADiskCopyDescription(da->DADiskCreateFromBSDName(session, "disk4s2"));
-  description["DAVolumeName"] = Value("Archive");
-  description.erase("DAVolumePath");
-  description["DAVolumeKind"] = Value("apfs");
-  EXPECT_EQ(simulated->simulateDescriptionChanged("disk4s2", description), 1u);
-  queue.drain();
-  EXPECT_EQ(seen.take(),
-            (std::vector<std::string>{"all disk4s2: DAVolumeKind DAVolumeName DAVolumePath name=Archive"}));
-  // The new description stays, and the old volume path no longer finds the disk.
-  EXPECT_FALSE(da->DADiskCreateFromVolumePath(session, URL::fileURLWithPath("/Volumes/Back up", true)));
-
-  description["DAVolumeUUID"] = Value(*UUID::fromString("6C1D3C57-9E54-4A6B-8D37-2C0E1F7B5A10"));
-  EXPECT_EQ(simulated->simulateDescriptionChanged("disk4s2", description), 2u);
-  queue.drain();
-  EXPECT_EQ(seen.take(), (std::vector<std::string>{"all disk4s2: DAVolumeUUID name=Archive",
-                                                   "uuid disk4s2: DAVolumeUUID name=Archive"}));
-  EXPECT_EQ(simulated->simulateDescriptionChanged("disk4s2", description), 0u);  // nothing changed
-}
-
-TEST_F(DiskArbitrationTest, ApprovalAnswersAndUnmountRequestsAreRecorded) {
-  TestQueue queue;
-  da->DASessionSetDispatchQueue(session, queue.executor());
-  da->DARegisterDiskMountApprovalCallback(session, std::nullopt,
-                                          [](const DADiskRef&) { return std::optional<DADissenter>(); });
-  da->DARegisterDiskEjectApprovalCallback(session, std::nullopt, [](const DADiskRef&) {
-    return std::optional<DADissenter>(DADissenter{-1, "busy"});
-  });
-  EXPECT_EQ(simulated->simulateMountApproval("disk4s2"), 1u);
-  EXPECT_EQ(simulated->simulateUnmountApproval("disk4s2"), 0u);
-  EXPECT_EQ(simulated->simulateEjectApproval("disk4"), 1u);
-  queue.drain();
-  EXPECT_EQ(simulated->approvalAnswers(),
-            (std::vector<std::optional<DADissenter>>{std::nullopt, DADissenter{-1, "busy"}}));
-
-  std::atomic<int> outcomes{0};
-  da->DADiskUnmount(da->DADiskCreateFromBSDName(session, "disk4s2"), kDADiskUnmountOptionForce, {});
-  da->DADiskUnmount(da->DADiskCreateFromBSDName(session, "disk1s1"), kDADiskUnmountOptionDefault,
-                    [&](const DADiskRef&, const std::optional<DADissenter>& d) {
-                      if (!d) ++outcomes;
-                    });
-  da->DADiskUnmount(nullptr, 0, {});
-  queue.drain();
-  EXPECT_EQ(outcomes, 1);
-  EXPECT_EQ(simulated->unmountRequests(),
-            (std::vector<UnmountRequest>{{"disk4s2", kDADiskUnmountOptionForce},
-                                         {"disk1s1", kDADiskUnmountOptionDefault},
-                                         {std::nullopt, 0}}));
-}
-
-TEST_F(DiskArbitrationTest, CallbacksMayCallBackIntoDiskArbitrationFromAnInlineExecutor) {
-  // An executor that runs blocks at once, on the delivering thread.
-  da->DASessionSetDispatchQueue(session, [](std::function<void()> block) { block(); });
-  std::vector<std::string> seen;
-  da->DARegisterDiskAppearedCallback(session, kDADiskDescriptionMatchMediaWhole(), [&](const DADiskRef& disk) {
-    auto name = *bsd(disk);
-    seen.push_back(name);
-    // Registering from inside a callback delivers again without a deadlock.
-    if (name == "disk1")
-      da->DARegisterDiskAppearedCallback(session, Dictionary{{"DAMediaBSDName", Value("disk4s2")}},
-                                         [&](const DADiskRef& d) { seen.push_back("inner " + *bsd(d)); });
-  });
-  EXPECT_EQ(seen, (std::vector<std::string>{"disk1", "inner disk4s2", "disk4"}));
 }
 
 TEST_F(DiskArbitrationTest, EventsRunConcurrentlyWithCallsFromOtherThreads) {

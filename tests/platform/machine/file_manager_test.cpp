@@ -57,17 +57,6 @@ TEST(FileManagerTest, SubpathsAreDepthFirstInByteOrderWithLinksListedNotFollowed
   EXPECT_TRUE(fm->subpathsOfDirectoryAtPath(root + "/a/empty").value().empty());
 }
 
-TEST(FileManagerTest, SubpathsOfWhatIsNoDirectoryFail) {
-  MachineBuilder m;
-  m.file("/f.txt");
-  auto fm = m.platform().fileManager;
-  auto missing = fm->subpathsOfDirectoryAtPath("/Users/user/Library/Application Support/Corvane!");
-  ASSERT_FALSE(missing.ok());
-  EXPECT_EQ(missing.error().localizedDescription,
-            "The file \xE2\x80\x9C" "Corvane!\xE2\x80\x9D couldn\xE2\x80\x99t be opened because there is no such file.");
-  EXPECT_FALSE(fm->subpathsOfDirectoryAtPath("/f.txt").ok());
-}
-
 TEST(FileManagerTest, ReadingWholeFilesWithALimit) {
   MachineBuilder m;
   m.file("/a.plist", std::string("ab\0c", 4)).file("/empty").directory("/dir").file("/big", std::string(100, 'x'));

@@ -41,13 +41,6 @@ TEST(IOKitTest, MatchingHandsOutEveryMediaObjectInFileOrder) {
   EXPECT_TRUE(other->isEmpty());
 }
 
-TEST(IOKitTest, MatchingFailsWhenTheMachineSaysSo) {
-  MachineBuilder m;
-  m.json({{"failures", {"IOServiceGetMatchingServices"}}, {"media", {{{"io", nlohmann::json::object()}}}}});
-  auto io = m.platform().ioKit;
-  EXPECT_FALSE(io->IOServiceGetMatchingServices(io->IOServiceMatching("IOMedia")));
-}
-
 TEST(IOKitTest, PropertiesOfTheEntryAndTheRecursiveParentSearch) {
   MachineBuilder m;
   m.json(nlohmann::json::parse(R"({"media": [

@@ -165,14 +165,3 @@ TEST(MachineLoaderTest, UnreadableFoldersAndBrokenJSONAreRefusedInOneLine) {
   quoted.jsonText("{\"bundleIdentifier\": \"" + std::string(1000, '[') + "\\\"\"}");
   EXPECT_EQ(loadError(quoted), "(loaded)");
 }
-
-TEST(MachineLoaderTest, TheHostMachineIsRootedAtSlashWithTheHomeOfTheEnvironment) {
-  auto host = platform::machine::hostMachine();
-  EXPECT_TRUE(host->isHost);
-  EXPECT_EQ(host->folder, std::filesystem::path("/"));
-  EXPECT_TRUE(host->media.empty());
-  if (const char* home = std::getenv("HOME"); home && home[0] == '/') {
-    EXPECT_EQ(host->home, home);
-  }
-  EXPECT_EQ(host->hostPath("/etc/../tmp"), std::filesystem::path("/tmp"));
-}

@@ -126,79 +126,6 @@ TEST(PropertyListCodecTest, MalformedAndTruncatedInputIsRefusedWithoutCrashing) 
   for (std::size_t n = 0; n + 12 < xml.size(); n += 7) (void)decode(xml.substr(0, n));
 }
 
-TEST(PropertyListCodecTest, RandomlyDamagedBinaryListsNeverCrash) {
-  auto good = encodePropertyList(Value(sample()), PropertyListFormat::Binary)->bytes();
-  std::mt19937 random(20241122);
-  int accepted = 0;
-  for (int round = 0; round < 3000; ++round) {
-    auto bad = good;
-    int flips = 1 + static_cast<int>(random() % 4);
-    for (int i = 0; i < flips; ++i) bad[random() % bad.size()] = static_cast<std::uint8_t>(random());
-    if (decode(bad)) ++accepted;
-  }
-  // Most damage lands in values and is harmless; some must be refused.
-  EXPECT_LT(accepted, 3000);
-}
-
-TEST(PropertyListCodecTest, HostileBinaryStructureIsRefused) {
-  auto expectRefused = [](const std::vector<std::uint8_t>& bytes, const char* what) {
-    auto r = decodePropertyList(bytes);
-    EXPECT_FALSE(r) << what;
-  };
-  {
-    BinaryPlistBuilder b;
-    auto top = b.array({7});  // no object 7
-    expectRefused(b.build(top), "reference out of range");
-  }
-  {
-    BinaryPlistBuilder b;
-    b.array({0});  // contains itself
-    expectRefused(b.build(0), "direct cycle");
-    BinaryPlistBuilder c;
-    c.array({1});
-    c.dict({2}, {0});
-    c.ascii("k");
-    expectRefused(c.build(0), "cycle through a dictionary");
-  }
-  {
-    BinaryPlistBuilder b;
-    auto n = b.integer(1);
-    BinaryPlistBuilder::Trailer hugeCount, hugeTable, wideOffsets;
-    hugeCount.objectCount = std::uint64_t{1} << 61;
-    hugeTable.tableOffset = ~std::uint64_t{0} - 4;
-    wideOffsets.offsetSize = 9;
-    expectRefused(b.build(n, hugeCount), "object count overflows");
-    expectRefused(b.build(n, hugeTable), "table offset overflows");
-    expectRefused(b.build(5), "top object out of range");
-    expectRefused(b.build(n, wideOffsets), "offset size");
-  }
-  {
-    BinaryPlistBuilder b;
-    auto v = b.integer(1);
-    auto top = b.dict({v}, {v});
-    expectRefused(b.build(top), "dictionary key that is a number");
-  }
-  {
-    BinaryPlistBuilder b;
-    b.utf16({'a', 0xD800});
-    expectRefused(b.build(0), "lone surrogate");
-    BinaryPlistBuilder c;
-    c.ascii(std::string("a\0b", 3));
-    expectRefused(c.build(0), "embedded NUL");
-    BinaryPlistBuilder d;
-    d.date(1e12);
-    expectRefused(d.build(0), "date beyond 32-bit seconds");
-  }
-  {
-    BinaryPlistBuilder b;
-    b.raw({0x5F, 0x13, 0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 'x'});
-    expectRefused(b.build(0), "text length beyond the file");
-    BinaryPlistBuilder c;
-    c.raw({0xAF, 0x13, 0x40, 0, 0, 0, 0, 0, 0, 0});
-    expectRefused(c.build(0), "array length whose reference bytes overflow");
-  }
-}
-
 TEST(PropertyListCodecTest, NestingIsAllowedTo512AndRefusedBeyond) {
   auto ok = decode(nestedBinary(kMaxPropertyListDepth));
   EXPECT_TRUE(ok) << ok.error().localizedDescription;
@@ -213,26 +140,6 @@ TEST(PropertyListCodecTest, NestingIsAllowedTo512AndRefusedBeyond) {
   Value deep = Array{};
   for (std::size_t i = 0; i < kMaxPropertyListDepth + 2; ++i) deep = Array{deep};
   EXPECT_FALSE(encodePropertyList(deep, PropertyListFormat::Binary));
-}
-
-TEST(PropertyListCodecTest, SharedReferenceBombIsRefusedQuickly) {
-  // 40 arrays, each pointing twice at the next: 2^40 values when expanded.
-  BinaryPlistBuilder b(1);
-  const std::size_t levels = 40;
-  for (std::size_t i = 0; i < levels; ++i) b.array({i + 1, i + 1});
-  b.integer(1);
-  auto start = std::chrono::steady_clock::now();
-  auto r = decode(b.build(0));
-  EXPECT_FALSE(r);
-  // Generous: the refusal is bounded by the node cap, not by the expansion.
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
-
-  // Moderate sharing below the cap is fine.
-  BinaryPlistBuilder small(1);
-  for (std::size_t i = 0; i < 10; ++i) small.array({i + 1, i + 1});
-  small.integer(1);
-  auto ok = decode(small.build(0));
-  ASSERT_TRUE(ok) << ok.error().localizedDescription;
 }
 
 TEST(PropertyListCodecTest, OversizedXMLBadDatesBadTextAndUnwritableValuesAreRefused) {

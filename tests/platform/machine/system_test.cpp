@@ -80,15 +80,6 @@ TEST_F(SystemTest, GetattrlistCountsAndTheRealDevice) {
   EXPECT_EQ(system->getattrlist("/nothing", realDevice(), FSOPT_ATTR_CMN_EXTENDED).error(), Errno{ENOENT});
 }
 
-TEST_F(SystemTest, IconsAreNamedByTheKindOfItem) {
-  auto ws = platformValue.workspace;
-  EXPECT_EQ(ws->iconForFile("/Volumes/Data/"), (Image{Image::Kind::Volume, "/Volumes/Data/"}));
-  EXPECT_EQ(ws->iconForFile("/").kind, Image::Kind::Volume);
-  EXPECT_EQ(ws->iconForFile("/Volumes/Data/a").kind, Image::Kind::Folder);
-  EXPECT_EQ(ws->iconForFile("/Volumes/Data/a/b").kind, Image::Kind::File);
-  EXPECT_EQ(ws->iconForFile("/Volumes/Gone").kind, Image::Kind::Missing);
-}
-
 TEST(HostPlatformTest, TheHostAnswersFromItsOwnFileSystem) {
   auto p = machine::makeMachinePlatform(machine::hostMachine(), {});
   EXPECT_TRUE(p.fileManager->fileExistsAtPath("/"));

@@ -10,7 +10,7 @@
 
 #include "platform/dispatch.h"
 #include "platform/machine/factories.h"
-#include "platform/machine/temp_machine.h"
+#include "support/machine_builder.h"
 
 using platform::DispatchSemaphore;
 using platform::DispatchTime;
@@ -51,14 +51,14 @@ bool isReaped(int pid) {
 
 class MachineTaskTest : public ::testing::Test {
  protected:
-  TempMachine machine;
-  std::shared_ptr<platform::TaskLauncher> tasks = platform::machine::makeMachineTaskLauncher(machine.machine());
+  testsupport::MachineBuilder machine;
+  std::shared_ptr<platform::TaskLauncher> tasks = platform::machine::makeMachineTaskLauncher(machine.load());
 };
 
 }  // namespace
 
 TEST_F(MachineTaskTest, RunsTheProgramAtTheMacPathWithItsArgumentsAndReapsIt) {
-  machine.writeScript("/usr/bin/tool",
+  machine.script("/usr/bin/tool",
                       "for a in \"$@\"; do printf '<%s>' \"$a\"; done\nprintf 'err' >&2\nexit 3\n");
   auto task = tasks->makeTask();
   auto pipe = tasks->makePipe();
@@ -89,7 +89,7 @@ TEST_F(MachineTaskTest, RunsTheProgramAtTheMacPathWithItsArgumentsAndReapsIt) {
 }
 
 TEST_F(MachineTaskTest, AProgramThatCannotStartCallsNoHandlerAndEndsItsPipe) {
-  machine.writeFile("/usr/bin/notexecutable", "#!/bin/sh\necho hi\n");
+  machine.file("/usr/bin/notexecutable", "#!/bin/sh\necho hi\n");
   for (const char* path : {"/usr/bin/missing", "/usr/bin/notexecutable", "/usr/bin"}) {
     SCOPED_TRACE(path);
     auto task = tasks->makeTask();
@@ -108,28 +108,4 @@ TEST_F(MachineTaskTest, AProgramThatCannotStartCallsNoHandlerAndEndsItsPipe) {
     EXPECT_FALSE(terminated.load());
     EXPECT_EQ(out.text(), "");
   }
-}
-
-TEST_F(MachineTaskTest, ARemovedHandlerIsNotCalledAgain) {
-  machine.writeScript("/bin/slow", "echo one\nsleep 0.3\necho two\n");
-  auto task = tasks->makeTask();
-  auto pipe = tasks->makePipe();
-  std::atomic<int> calls{0};
-  DispatchSemaphore firstCall, terminated;
-  pipe->fileHandleForReading()->setReadabilityHandler([&](platform::FileHandle& h) {
-    h.availableData();
-    if (++calls == 1) firstCall.signal();
-  });
-  task->setLaunchPath("/bin/slow");
-  task->setStandardOutput(pipe);
-  task->setTerminationHandler([&](platform::Task&) { terminated.signal(); });
-  ASSERT_TRUE(task->launch());
-  ASSERT_TRUE(firstCall.wait(DispatchTime::now() + 10));
-  pipe->fileHandleForReading()->setReadabilityHandler({});
-  int callsAtRemoval = calls.load();
-  ASSERT_TRUE(terminated.wait(DispatchTime::now() + 10));
-  EXPECT_EQ(calls.load(), callsAtRemoval);
-  // What the child wrote afterwards is still in the pipe.
-  EXPECT_EQ(pipe->fileHandleForReading()->availableData().asStringView(), "two\n");
-  EXPECT_EQ(pipe->fileHandleForReading()->availableData().size(), 0u);
 }

@@ -144,26 +144,6 @@ TEST(UserDefaultsTest, ConcurrentThreadsKeepEveryKeyAndReadersSeeThem) {
             static_cast<std::size_t>(kThreads * kKeys));
 }
 
-TEST(UserDefaultsTest, TwoWriterProcessesBothKeepTheirKeys) {
-  MachineBuilder folder;
-  folder.json({{"home", "/Users/ada"}});
-  constexpr int kKeys = 30;
-  auto writer = [&folder](const std::string& prefix) {
-    return [&folder, prefix] {
-      auto suite = makeMachineUserDefaults(folder.load())->initWithSuiteName("shared");
-      for (int k = 0; k < kKeys; ++k)
-        if (!suite->setObject(Value(k), prefix + std::to_string(k))) ::_exit(1);
-    };
-  };
-  pid_t a = spawn(writer("a")), b = spawn(writer("b"));
-  EXPECT_EQ(waitFor(a), 0);
-  EXPECT_EQ(waitFor(b), 0);
-  auto values = fileValues(folder, "/Users/ada/Library/Preferences/shared.plist");
-  EXPECT_EQ(values.size(), static_cast<std::size_t>(2 * kKeys));
-  EXPECT_EQ(lookup(values, "a29")->asInt64(), 29);
-  EXPECT_EQ(lookup(values, "b0")->asInt64(), 0);
-}
-
 TEST(UserDefaultsTest, AWriterKilledAtAnyMomentLeavesTheOldOrTheNewFileWhole) {
   MachineBuilder folder;
   folder.json({{"home", "/Users/ada"}});
