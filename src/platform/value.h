@@ -140,6 +140,7 @@ class Value {
 
   Kind kind() const { return static_cast<Kind>(v_.index()); }
   bool isString() const { return kind() == Kind::String; }
+  bool isBoolean() const { return kind() == Kind::Boolean; }
   bool isNumber() const {
     return kind() == Kind::Integer || kind() == Kind::Unsigned || kind() == Kind::Real;
   }

@@ -7,13 +7,14 @@
 #include <sstream>
 #include <thread>
 
+#include <gtest/gtest.h>
+
 #include "app/sections.h"
 #include "platform/platform.h"
 #include "registry/cv_disk_manager.h"
 #include "support/machine_builder.h"
 #include "support/run_cvdiag.h"
 #include "volumes/cv_disk_volume.h"
-#include "volumes/volume_golden_support.h"
 
 using platform::Bytes;
 
@@ -71,7 +72,7 @@ class CVDiskManagerTest : public ::testing::Test {
     EXPECT_EQ(actual, readFile(path));
   }
 
-  volumetest::CopiedMachine machine{"volumes_catalogue"};
+  testsupport::MachineBuilder machine{"volumes_catalogue"};
 };
 
 std::string domainText(const std::string& registryValue) {

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "support/run_cvdiag.h"
-#include "volumes/volume_golden_support.h"
+#include "support/machine_builder.h"
 
 namespace {
 
@@ -25,11 +25,11 @@ void writeFile(const fs::path& path, const std::string& text) {
   fs::permissions(path, fs::perms::owner_all);
 }
 
-cvdiag_test::RunResult runSection(const volumetest::CopiedMachine& machine) {
+cvdiag_test::RunResult runSection(const testsupport::MachineBuilder& machine) {
   return cvdiag_test::runCVDiag({"--disk-utility-entities"}, {{"CVDIAG_MACHINE", machine.folder().string()}});
 }
 
-fs::path answers(const volumetest::CopiedMachine& m) { return m.folder() / "usr/sbin/diskutil.d"; }
+fs::path answers(const testsupport::MachineBuilder& m) { return m.folder() / "usr/sbin/diskutil.d"; }
 
 // Replaces what stands in the text of an answer from `from` up to `to`.
 void edit(const fs::path& plist, const std::string& from, const std::string& to, const std::string& text) {
@@ -40,14 +40,14 @@ void edit(const fs::path& plist, const std::string& from, const std::string& to,
 }
 
 // Puts a script in front of the recorded diskutil, which stays beside it.
-void wrapDiskutil(const volumetest::CopiedMachine& m, const std::string& body) {
+void wrapDiskutil(const testsupport::MachineBuilder& m, const std::string& body) {
   fs::rename(m.folder() / "usr/sbin/diskutil", m.folder() / "usr/sbin/diskutil.real");
   writeFile(m.folder() / "usr/sbin/diskutil", "#!/bin/sh\nreal=\"$(dirname \"$0\")/diskutil.real\"\n" + body + "\n");
 }
 
 struct Case {
   const char* name;
-  std::function<void(const volumetest::CopiedMachine&)> prepare;
+  std::function<void(const testsupport::MachineBuilder&)> prepare;
   const char* golden;
   bool withoutCatalogue;  // the golden holds the head only
   const char* machine = "diskutil_small";
@@ -57,7 +57,7 @@ class DiskUtilSectionTest : public ::testing::TestWithParam<Case> {};
 
 TEST_P(DiskUtilSectionTest, PrintsTheGoldenText) {
   const Case& c = GetParam();
-  volumetest::CopiedMachine machine(c.machine);
+  testsupport::MachineBuilder machine(c.machine);
   c.prepare(machine);
   auto result = runSection(machine);
   if (c.withoutCatalogue) {
@@ -105,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(Machines, DiskUtilSectionTest, ::testing::ValuesIn(kCas
 // Ten megabytes of text that is no property list: the lines are printed
 // once, whole, and the run ends like every other failed catalogue.
 TEST(DiskUtilHostileTest, TenMegabytesOfTextThatIsNoPropertyList) {
-  volumetest::CopiedMachine machine("diskutil_small");
+  testsupport::MachineBuilder machine("diskutil_small");
   writeFile(answers(machine) / kFileSystems, std::string(10 << 20, 'x') + "\nend\n");
   auto out = runSection(machine).out;
   const std::string head = "**** Collecting file system personalities ****\nFailed to parse plist data:\n[\"";
@@ -118,7 +118,7 @@ TEST(DiskUtilHostileTest, TenMegabytesOfTextThatIsNoPropertyList) {
 // Two thousand disks, each asked for in turn: one dot each, all cataloged,
 // and the disk list in disk order.
 TEST(DiskUtilHostileTest, TwoThousandDisks) {
-  volumetest::CopiedMachine machine("diskutil_small");
+  testsupport::MachineBuilder machine("diskutil_small");
   std::string disks;
   for (int i = 1999; i >= 0; --i) disks += "<string>disk" + std::to_string(i) + "</string>";
   edit(answers(machine) / kList, "<string>disk3s5", "</array>", disks);
