@@ -2,7 +2,5 @@
 // diskutil catalogue) are not built yet: they print nothing.
 #include "app/sections.h"
 
-void registryDump(std::ostream&) {}
-void registryDuplicates(std::ostream&) {}
 void settingsConsistencyReport(std::ostream&, const CVDiag&) {}
 void diskutilEntityReport(std::ostream&) {}

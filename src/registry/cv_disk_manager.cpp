@@ -1,0 +1,178 @@
+// The store of the known-volume registry: the process-wide manager, its
+// start sequence, the choice of the defaults domain, and the guarded map
+// with its queued saves.
+#include "registry/cv_disk_manager.h"
+
+#include <cstdlib>
+
+#include "logging/log.h"
+#include "platform/file_manager.h"
+#include "platform/platform.h"
+#include "tools/cv_shared_execution_queue.h"
+
+using platform::current;
+using platform::DispatchQueue;
+using platform::QualityOfService;
+
+namespace {
+
+std::shared_ptr<platform::UserDefaults> standardDefaults() {
+  return current().userDefaults->standardUserDefaults();
+}
+
+// The stored value as a registry: nothing unless it is a dictionary whose
+// every value is data.
+std::optional<CVDiskVolumeMap> registryFromDictionary(const platform::Dictionary& stored) {
+  CVDiskVolumeMap result;
+  for (const auto& [key, value] : stored) {
+    const auto* data = value.data();
+    if (!data) return std::nullopt;
+    result.emplace(key, *data);
+  }
+  return result;
+}
+
+}  // namespace
+
+std::string_view description(VolumeAccessError error) {
+  switch (error) {
+    case VolumeAccessError::automountableVolumeNotMounted: return "automountableVolumeNotMounted";
+    case VolumeAccessError::localVolumeAttachedButNotMounted: return "localVolumeAttachedButNotMounted";
+    case VolumeAccessError::localVolumeNotAvailable: return "localVolumeNotAvailable";
+  }
+  return "";
+}
+
+// ---- The manager's life --------------------------------------------------
+
+namespace {
+CVDiskManager* sharedManager = nullptr;
+}
+
+CVDiskManager& CVDiskManager::sharedInstance() {
+  static CVDiskManager* const instance = [] {
+    // Never destroyed: work still queued at exit may use it.
+    auto* manager = new CVDiskManager(Passkey{});
+    sharedManager = manager;
+    // The process never ends with a save still queued.
+    std::atexit([] { sharedManager->waitForPendingSaves(); });
+    return manager;
+  }();
+  return *instance;
+}
+
+std::shared_ptr<CVDiskManager> CVDiskManager::create() { return std::make_shared<CVDiskManager>(Passkey{}); }
+
+// The start sequence, in its order. Steps 1 to 4 are the member
+// initialisers; the body runs steps 5 to 9.
+CVDiskManager::CVDiskManager(Passkey)
+    : map_(),
+      serialMapQueue_(DispatchQueue::serial("com.tamarlin.corvane.cvdiskmanager.serialMap",
+                                            QualityOfService::UserInitiated,
+                                            DispatchQueue::global(QualityOfService::UserInitiated))),
+      daQueue_(CVSharedExecutionQueue::sharedInstance().addAncestorQueue(
+          "com.tamarlin.corvane.cvdiskmanager.daqueue", QualityOfService::UserInitiated)),
+      session_(current().diskArbitration->DASessionCreate()),
+      mapKey_(kMapKey) {
+  start();
+}
+
+CVDiskManager::~CVDiskManager() {
+  unregisterCallbacks();
+  waitForPendingSaves();
+}
+
+void CVDiskManager::start() {
+  // Step 4's failure: without a session the registry still works; only the
+  // observation of disks is off.
+  if (!session_) knownVolumesLog().fault("CVDiskManager - no Disk Arbitration session: disks are not observed");
+
+  // Step 5.
+  defaults_ = chooseDefaults();
+  bindCallbacks();
+
+  // Step 6: a value that is missing, no dictionary, or holds anything but
+  // data is replaced whole by an empty dictionary.
+  auto stored = defaults_->dictionaryForKey(mapKey_);
+  if (!stored || !registryFromDictionary(*stored)) defaults_->setObject(platform::Dictionary{}, mapKey_);
+
+  // Step 8: load. Another writer may have changed the value since step 6;
+  // whatever is not data is left out of the map rather than trusted.
+  CVDiskVolumeMap loaded;
+  if (auto value = defaults_->objectForKey(mapKey_); value && value->dictionary()) {
+    for (const auto& [key, entry] : *value->dictionary()) {
+      if (const auto* data = entry.data()) loaded.emplace(key, *data);
+    }
+  }
+  serialMapQueue_.syncBarrier([&] { map_ = std::move(loaded); });
+
+  // Step 9: observation of the disks, last of all.
+  if (session_) registerCallbacks();
+}
+
+// ---- The defaults domain ---------------------------------------------------
+
+std::shared_ptr<platform::UserDefaults> CVDiskManager::chooseDefaults() {
+  if (current().bundle->bundleIdentifier()) return standardDefaults();
+  for (auto suite : {kSuiteName, kAlternateSuiteName}) {
+    if (auto defaults = suiteDefaults(suite)) {
+      knownVolumesLog().debug("Using registered defaults: " + std::string(suite));
+      return defaults;
+    }
+  }
+  return standardDefaults();
+}
+
+std::shared_ptr<platform::UserDefaults> CVDiskManager::suiteDefaults(std::string_view suiteName) {
+  const auto& files = *current().fileManager;
+  auto libraries = files.NSSearchPathForDirectoriesInDomains(
+      platform::SearchPathDirectory::NSLibraryDirectory, platform::SearchPathDomainMask::NSUserDomainMask, true);
+  if (libraries.empty()) return nullptr;
+  std::string path = libraries.front();
+  if (path.empty() || path.back() != '/') path += '/';
+  path += "Preferences/" + std::string(suiteName) + ".plist";
+  if (!files.fileExistsAtPath(path)) return nullptr;
+  return current().userDefaults->initWithSuiteName(suiteName);
+}
+
+// ---- The map ---------------------------------------------------------------
+
+CVDiskVolumeMap CVDiskManager::map() const {
+  CVDiskVolumeMap copy;
+  serialMapQueue_.sync([&] { copy = map_; });
+  return copy;
+}
+
+void CVDiskManager::setMap(CVDiskVolumeMap newMap) {
+  knownVolumesLog().default_("CVDiskManager - updating known volume registry");
+  bool queueSave = false;
+  serialMapQueue_.syncBarrier([&] {
+    map_ = std::move(newMap);
+    // A save that is queued and not started yet will write this map too.
+    queueSave = !saveQueued_;
+    saveQueued_ = true;
+  });
+  if (queueSave) {
+    serialMapQueue_.async([this] {
+      saveQueued_ = false;
+      saveMap();
+    });
+  }
+}
+
+void CVDiskManager::waitForPendingSaves() const {
+  // Work queued on the serial queue runs in order, so an empty item that
+  // has run means every earlier save has too.
+  if (!serialMapQueue_.isCurrent()) serialMapQueue_.sync([] {});
+}
+
+void CVDiskManager::saveMap() {
+  platform::Dictionary stored;
+  for (const auto& [key, data] : map_) stored.emplace(key, platform::Value(data));
+  // The defaults write re-reads the domain under its lock and replaces only
+  // this key, so other keys and other writers' changes survive.
+  if (!defaults_->setObject(platform::Value(std::move(stored)), mapKey_)) {
+    knownVolumesLog().error("CVDiskManager - the known volume registry could not be written to its defaults file");
+  }
+  knownVolumesLog().default_("CVDiskManager - updated known volume registry");
+}

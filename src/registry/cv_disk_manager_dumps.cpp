@@ -1,0 +1,153 @@
+// The two texts of the registry: the table of every entry and the list of
+// volumes that more than one GUID stands for.
+#include "registry/cv_disk_manager.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <random>
+#include <unordered_map>
+
+#include "argument_parser/characters.h"
+#include "volumes/cv_disk_volume.h"
+
+namespace {
+
+constexpr std::string_view kZeroGUID = "00000000-0000-0000-0000-000000000000";
+
+// The text cut or padded with `pad` to exactly `width` user-perceived
+// characters.
+std::string padded(std::string_view text, std::size_t width, char pad) {
+  auto characters = ArgumentParser::characters(text);
+  std::string result;
+  std::size_t count = std::min(width, characters.size());
+  for (std::size_t i = 0; i < count; ++i) result += characters[i];
+  result.append(width - count, pad);
+  return result;
+}
+
+// The hash of a blob: its bytes mixed with a seed chosen once per process,
+// so the value differs from one run to the next.
+std::uint32_t dataHash(const platform::Bytes& data) {
+  static const std::uint64_t seed = std::random_device{}() * 0x9E3779B97F4A7C15ull;
+  std::uint64_t hash = 0xCBF29CE484222325ull ^ seed;
+  for (auto byte : data.bytes()) hash = (hash ^ byte) * 0x100000001B3ull;
+  hash ^= hash >> 33;
+  return static_cast<std::uint32_t>(hash ^ (hash >> 32));
+}
+
+std::string hexadecimal(std::uint32_t value) {
+  char buffer[16];
+  std::snprintf(buffer, sizeof buffer, "%X", value);
+  return buffer;
+}
+
+struct Column {
+  std::string_view heading;
+  std::size_t width;
+};
+constexpr Column kColumns[] = {{"GUID", 36}, {"Name", 45}, {"Volume UUID", 36},
+                               {"Mounted", 7}, {"Hash", 7},  {"Size", 10}};
+
+// Every entry with its bookmark, decoded once for all the reads of one text.
+using DecodedEntries = std::vector<std::pair<std::string, VolumeBookmark>>;
+DecodedEntries decode(const CVDiskVolumeMap& map) {
+  DecodedEntries entries;
+  entries.reserve(map.size());
+  for (const auto& [key, data] : map) entries.emplace_back(key, *VolumeBookmark::initWithData(data));
+  return entries;
+}
+
+std::vector<std::string> distinctVolumeUUIDs(const DecodedEntries& entries) {
+  std::vector<std::string> result;
+  std::unordered_map<std::string, bool> seen;
+  for (const auto& entry : entries) {
+    auto uuid = entry.second.volumeUUIDString();
+    if (uuid && seen.emplace(*uuid, true).second) result.push_back(*uuid);
+  }
+  return result;
+}
+
+std::vector<std::string> guidsCarrying(const DecodedEntries& entries, std::string_view volumeUUID) {
+  std::vector<std::string> result;
+  for (const auto& [guid, bookmark] : entries) {
+    if (bookmark.volumeUUIDString() == volumeUUID) result.push_back(guid);
+  }
+  return result;
+}
+
+}  // namespace
+
+std::string CVDiskManager::guidMapDump() const {
+  std::string text;
+  for (const auto& column : kColumns) {
+    if (&column != kColumns) text += ' ';
+    text += padded(column.heading, column.width, ' ');
+  }
+  text += '\n';
+  for (const auto& column : kColumns) {
+    if (&column != kColumns) text += ' ';
+    text += padded("-", column.width, '-');
+  }
+  text += '\n';
+
+  // The attached volumes by volume UUID, the first in disk order for each,
+  // found once for the whole table.
+  std::unordered_map<std::string, CVDiskVolumeRef> attached;
+  auto copy = map();
+  if (!copy.empty()) {
+    for (const auto& disk : CVDiskVolume::localDisks()) {
+      if (auto uuid = disk->volumeUUID()) attached.emplace(uuid->uuidString(), disk);
+    }
+  }
+  for (const auto& [key, data] : copy) {
+    auto bookmark = *VolumeBookmark::initWithData(data);
+    auto name = bookmark.volumeName();
+    auto volumeUUID = bookmark.volumeUUIDString();
+    bool mounted = false;
+    if (volumeUUID) {
+      if (auto parsed = platform::UUID::fromString(*volumeUUID)) {
+        auto found = attached.find(parsed->uuidString());
+        if (found != attached.end()) {
+          auto presented = presentationVolume(*found->second);
+          mounted = presented && presented->isReady();
+        }
+      }
+    }
+    text += key + ' ' + (name ? padded(*name, 45, ' ') : std::string()) + ' ' +
+            (volumeUUID ? *volumeUUID : std::string(kZeroGUID)) + ' ' + padded(mounted ? "YES" : "NO", 7, ' ') +
+            ' ' + hexadecimal(dataHash(data)) + ' ' + std::to_string(data.size()) + " bytes\n";
+  }
+  return text;
+}
+
+std::vector<std::string> CVDiskManager::allVolumeUUIDStrings() const {
+  return distinctVolumeUUIDs(decode(map()));
+}
+
+std::vector<std::string> CVDiskManager::guidsForVolumeUUIDString(std::string_view volumeUUIDString) const {
+  return guidsCarrying(decode(map()), volumeUUIDString);
+}
+
+std::map<std::string, std::vector<std::string>> CVDiskManager::duplicateVolumeEntries() const {
+  // Quadratic by design: every distinct UUID is compared with every entry,
+  // but each bookmark is decoded only once.
+  auto entries = decode(map());
+  std::map<std::string, std::vector<std::string>> result;
+  for (const auto& uuid : distinctVolumeUUIDs(entries)) {
+    auto guids = guidsCarrying(entries, uuid);
+    if (guids.size() > 1) result.emplace(uuid, std::move(guids));
+  }
+  return result;
+}
+
+std::optional<std::string> CVDiskManager::duplicatesDump() const {
+  auto duplicates = duplicateVolumeEntries();
+  if (duplicates.empty()) return "No duplicate GUID entries found\n";
+  std::string text = "Duplicate entries found for volume(s):\n";
+  for (const auto& [uuid, guids] : duplicates) {
+    auto name = volumeName(guids.front());
+    text += "  Volume " + uuid + " \u201C" + name.value_or("no name") + "\u201D is associated with more than one GUID. " +
+            std::to_string(guids.size()) + " entries found.\n";
+  }
+  return text;
+}

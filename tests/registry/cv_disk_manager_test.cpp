@@ -1,0 +1,177 @@
+// The registry store, registration and lookup, and the dumps, on machine
+// folders with a registry domain written for each case.
+#include <thread>
+
+#include "registry/cv_disk_manager.h"
+#include "registry_fixture.h"
+#include "support/machine_builder.h"
+#include "support/run_cvdiag.h"
+#include "volumes/cv_disk_volume.h"
+
+using namespace registrytest;
+using platform::Bytes;
+
+namespace {
+
+std::string domainText(const std::string& registryValue) {
+  return "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>Other</key><string>kept</string>" +
+         (registryValue.empty() ? "" : "<key>CVDiskKnownVolumes</key>" + registryValue) + "</dict></plist>";
+}
+
+std::string firstKey(const CVDiskVolumeMap& map) { return map.empty() ? "" : map.begin()->first; }
+
+}  // namespace
+
+TEST(CVDiskManagerStoreTest, ChoosesTheDomainByPreferenceFilesAndBundle) {
+  struct Row { const char* bundle; bool plain, bang; const char* readsEntry; const char* logLine; };
+  for (const Row& row : std::initializer_list<Row>{
+           {nullptr, false, false, "", nullptr},
+           {nullptr, false, true, "B", "Using registered defaults: com.tamarlin.Corvane!"},
+           {nullptr, true, true, "A", "Using registered defaults: com.tamarlin.Corvane\n"},
+           {"com.example.App", true, true, "", nullptr}}) {
+    testsupport::MachineBuilder builder;
+    nlohmann::json json{{"home", "/Users/ada"}};
+    if (row.bundle) json["bundleIdentifier"] = row.bundle;
+    builder.json(json);
+    const std::string preferences = "/Users/ada/Library/Preferences/";
+    if (row.plain) builder.file(preferences + "com.tamarlin.Corvane.plist", domainText("<dict><key>A</key><data>AA==</data></dict>"));
+    if (row.bang) builder.file(preferences + "com.tamarlin.Corvane!.plist", domainText("<dict><key>B</key><data>AA==</data></dict>"));
+    builder.install();
+    EXPECT_EQ(firstKey(CVDiskManager::create()->map()), row.readsEntry) << row.plain << row.bang;
+    auto log = readFile(builder.hostPath("/var/log/cvdiag.log"));
+    EXPECT_EQ(log.find("Using registered defaults"), row.logLine ? log.find(row.logLine) : std::string::npos) << log;
+  }
+}
+
+TEST(CVDiskManagerStoreTest, AWrongShapedValueIsReplacedWholeAndOtherKeysStay) {
+  for (std::string value : {"", "<string>x</string>", "<array/>",
+                            "<dict><key>A</key><data>AA==</data><key>B</key><string>x</string></dict>", "<dict/>"}) {
+    testsupport::MachineBuilder builder;
+    builder.json({{"home", "/Users/ada"}}).file(kDomainPath, domainText(value));
+    builder.install();
+    auto before = std::filesystem::last_write_time(builder.hostPath(kDomainPath));
+    EXPECT_TRUE(CVDiskManager::create()->map().empty()) << value;
+    auto after = builder.platform().userDefaults->initWithSuiteName("com.tamarlin.Corvane");
+    EXPECT_EQ(after->objectForKey("CVDiskKnownVolumes"), platform::Value(platform::Dictionary{})) << value;
+    EXPECT_EQ(after->objectForKey("Other"), platform::Value("kept")) << value;
+    if (value == "<dict/>") {  // valid: nothing is rewritten
+      EXPECT_EQ(readFile(builder.hostPath(kDomainPath)), domainText(value));
+      EXPECT_EQ(std::filesystem::last_write_time(builder.hostPath(kDomainPath)), before);
+    }
+  }
+}
+
+class CVDiskManagerTest : public RegistryMachine {};
+
+TEST_F(CVDiskManagerTest, RegistersANewVolumeAndASystemVolumeByItsDataVolume) {
+  // The mounted file systems tell their name and volume UUID, as on a Mac.
+  auto json = nlohmann::json::parse(readFile(machine.folder() / "machine.json"));
+  for (auto& media : json["media"]) {
+    if (!media.contains("volume")) continue;
+    media["volume"]["resources"]["NSURLVolumeNameKey"] = media["da"]["DAVolumeName"];
+    media["volume"]["resources"]["NSURLVolumeUUIDStringKey"] = media["da"]["DAVolumeUUID"]["$uuid"];
+  }
+  std::ofstream(machine.folder() / "machine.json") << json;
+  machine.install();
+  writeRegistry({});
+  auto manager = CVDiskManager::create();
+  auto backup = CVDiskVolume::initWithBsdName("disk4s2");
+  EXPECT_FALSE(manager->GUIDForVolume(*backup, false));
+  auto guid = manager->GUIDStringForVolume(*backup);
+  ASSERT_TRUE(guid);
+  EXPECT_EQ(manager->GUIDForVolume(*backup, false), platform::UUID::fromString(*guid));
+  EXPECT_EQ(manager->bookmarkForGUIDString(*guid)->volumeName(), "Backup");
+
+  auto system = manager->GUIDStringForVolume(*CVDiskVolume::initWithBsdName("disk3s1"));
+  ASSERT_TRUE(system);
+  EXPECT_EQ(manager->volumeUUIDString(*system), kDataUUID);
+  EXPECT_EQ(manager->GUIDForVolume(*CVDiskVolume::initWithBsdName("disk3s1s1"), false), platform::UUID::fromString(*system));
+  EXPECT_EQ(manager->map().size(), 2u);
+  manager.reset();  // waits for the queued saves
+
+  // Read back by an independent property-list reader.
+  auto read = cvdiag_test::runProgram(
+      "/usr/bin/env", {"python3", "-c",
+                       "import plistlib,sys; d=plistlib.load(open(sys.argv[1],'rb')); r=d['CVDiskKnownVolumes'];"
+                       "print(d['SUOtherKey'], *sorted(r), all(type(v) is bytes and v for v in r.values()))",
+                       host(kDomainPath).string()});
+  EXPECT_EQ(read.out, "kept " + std::min(*guid, *system) + " " + std::max(*guid, *system) + " True\n") << read.err;
+}
+
+TEST_F(CVDiskManagerTest, LooksUpRenamedReformattedUnmountedAndVanishedVolumes) {
+  const std::string renamed = "10000000-0000-4000-8000-000000000001", reformatted = "10000000-0000-4000-8000-000000000002",
+                    unmounted = "10000000-0000-4000-8000-000000000003", ejectable = "10000000-0000-4000-8000-000000000004",
+                    system = "10000000-0000-4000-8000-000000000005", vanished = "10000000-0000-4000-8000-000000000006";
+  writeRegistry({{renamed, blob("Old Name", kBackupUUID)},
+                 {reformatted, blob("STICK", "11111111-2222-4333-8444-555555555555")},
+                 {unmounted, blob("Recovery", kRecoveryUUID)},
+                 {ejectable, blob("Recovery", kRecoveryUUID, true)},
+                 {system, blob("Macintosh HD - Data", kDataUUID)},
+                 {vanished, blob("Offsite", "21111111-2222-4333-8444-555555555555", true)}});
+  auto manager = CVDiskManager::create();
+  using E = VolumeAccessError;
+  struct Row { std::string guid; const char* found; const char* mounted; E error; };
+  for (const Row& row : std::initializer_list<Row>{
+           {renamed, "disk4s2", "disk4s2", E::localVolumeNotAvailable},
+           {reformatted, "", "", E::localVolumeNotAvailable},
+           {unmounted, "disk3s3", "", E::localVolumeAttachedButNotMounted},
+           {ejectable, "disk3s3", "", E::automountableVolumeNotMounted},
+           {system, "disk3s1s1", "disk3s1s1", E::localVolumeNotAvailable},
+           {vanished, "", "", E::automountableVolumeNotMounted},
+           {"not a GUID", "", "", E::localVolumeNotAvailable},
+           {"10000000-0000-4000-8000-0000000000FF", "", "", E::localVolumeNotAvailable}}) {
+    auto found = manager->volumeForGUIDString(row.guid);
+    EXPECT_EQ(found ? *found->bsdName() : "", row.found) << row.guid;
+    E error = E::localVolumeNotAvailable;
+    auto mounted = manager->mountedVolumeForGUIDString(row.guid, error);
+    EXPECT_EQ(mounted ? *mounted->bsdName() : "", row.mounted) << row.guid;
+    if (!mounted) {
+      EXPECT_EQ(description(error), description(row.error)) << row.guid;
+    }
+  }
+  EXPECT_EQ(manager->volumeName(renamed), "Old Name");
+  EXPECT_EQ(manager->GUIDForVolume(*CVDiskVolume::initWithBsdName("disk4s2"), false), platform::UUID::fromString(renamed));
+  EXPECT_FALSE(manager->GUIDForVolume(*CVDiskVolume::initWithBsdName("disk5s1"), false));
+}
+
+TEST_F(CVDiskManagerTest, LocalizedNameFallsBackOnlyWhenEmpty) {
+  writeRegistry({{"A", blob({{"NSURLVolumeNameKey", "Disk"}, {"NSURLVolumeLocalizedNameKey", ""}})},
+                 {"B", blob({{"NSURLVolumeNameKey", "Disk"}})},
+                 {"C", blob({{"NSURLVolumeLocalizedNameKey", "Lokal"}})},
+                 {"D", Bytes::fromString("no bookmark")}});
+  auto manager = CVDiskManager::create();
+  EXPECT_EQ(manager->volumeLocalizedName("A"), "Disk");
+  EXPECT_EQ(manager->volumeLocalizedName("B"), std::nullopt);
+  EXPECT_EQ(manager->volumeLocalizedName("C"), "Lokal");
+  EXPECT_EQ(manager->volumeName("D"), std::nullopt);
+  EXPECT_EQ(manager->volumeName("E"), std::nullopt);
+}
+
+TEST_F(CVDiskManagerTest, DumpsWidthsNamesAndDuplicates) {
+  const std::string offsite = "21111111-2222-4333-8444-555555555555";
+  writeRegistry({{"10000000-0000-4000-8000-000000000001", blob("A name of fifty characters, cut to forty-five.....", kBackupUUID)},
+                 {"10000000-0000-4000-8000-000000000002", blob("Cafe\u0301 Re\u0301sume\u0301 \U0001F468\u200D\U0001F469\u200D\U0001F467 Photos \U0001F4F7", kBackupUUID)},
+                 {"10000000-0000-4000-8000-000000000003", blob({{"NSURLVolumeUUIDStringKey", kDataUUID}})},
+                 {"10000000-0000-4000-8000-000000000004", Bytes::fromString("no bookmark")},
+                 {"10000000-0000-4000-8000-000000000005", blob("Recovery", kRecoveryUUID)},
+                 {"30000000-0000-4000-8000-000000000001", blob({{"NSURLVolumeUUIDStringKey", offsite}})},
+                 {"30000000-0000-4000-8000-000000000002", blob("Offsite", offsite)},
+                 {"30000000-0000-4000-8000-000000000003", blob("Offsite", offsite)}});
+  auto manager = CVDiskManager::create();
+  expectGolden("dump.txt", withoutHashes(manager->guidMapDump()) + *manager->duplicatesDump());
+}
+
+TEST_F(CVDiskManagerTest, QueuedSavesLeaveTheLastMapOnDisk) {
+  writeRegistry({});
+  auto manager = CVDiskManager::create();
+  std::thread reader([&] {
+    for (int i = 0; i < 200; ++i) EXPECT_LE(manager->map().size(), 1u);
+  });
+  for (int i = 0; i < 200; ++i) manager->setMap({{"GUID-" + std::to_string(i), Bytes::fromString("x")}});
+  reader.join();
+  manager->waitForPendingSaves();
+  auto stored = platform::current().userDefaults->initWithSuiteName("com.tamarlin.Corvane")->dictionaryForKey("CVDiskKnownVolumes");
+  ASSERT_TRUE(stored);
+  EXPECT_EQ(stored->size(), 1u);
+  EXPECT_EQ(stored->begin()->first, "GUID-199");
+}
