@@ -41,6 +41,15 @@ bool isSystemRole(VolumeRole role) {
 
 // ---- Registration at start and teardown --------------------------------------
 
+void CVDiskManager::bindCallbacks() {
+  diskVolumeAppeared_ = [this](const platform::DADiskRef& disk) { diskVolumeAppeared(disk); };
+  diskVolumeDisappeared_ = [this](const platform::DADiskRef& disk) { diskVolumeDisappeared(disk); };
+  peekCallback_ = [this](const platform::DADiskRef& disk) { peekCallback(disk); };
+  mountApprovalCallback_ = [this](const platform::DADiskRef& disk) { return mountApprovalCallback(disk); };
+  unmountApprovalCallback_ = [this](const platform::DADiskRef& disk) { return unmountApprovalCallback(disk); };
+  ejectCallback_ = [this](const platform::DADiskRef& disk) { return ejectCallback(disk); };
+}
+
 void CVDiskManager::registerCallbacks() {
   auto& da = *current().diskArbitration;
   registrations_ = {
@@ -57,6 +66,7 @@ void CVDiskManager::registerCallbacks() {
 }
 
 void CVDiskManager::unregisterCallbacks() {
+  if (!session_) return;
   auto& da = *current().diskArbitration;
   std::map<std::string, Observer> observers;
   {
@@ -97,15 +107,20 @@ void CVDiskManager::observeDisk(const CVDiskVolume& volume, const platform::UUID
   platform::Dictionary match{{std::string(platform::kDADiskDescriptionMediaBSDNameKey), platform::Value(*bsdName)}};
 
   std::lock_guard lock(callbackMutex_);
-  if (observationStopped_) return;
+  if (observationStopped_ || !session_) return;
   auto registration = current().diskArbitration->DARegisterDiskDescriptionChangedCallback(
       session_, std::move(match), std::nullopt,
       [this, identity](const platform::DADiskRef& disk, const std::vector<std::string>& keys) {
         diskVolumeDescriptionChanged(disk, keys, identity);
       });
-  // An observer already there is replaced without being unregistered:
-  // callers that replace one unobserve first.
-  callbackContext_[*bsdName] = Observer{identity, registration};
+  // Callers that replace an observer unobserve first; one still there comes
+  // from a repeated appearance, and is removed so that a change of the
+  // volume is not handled twice, once against an outdated Identity.
+  auto [it, added] = callbackContext_.try_emplace(*bsdName, Observer{identity, registration});
+  if (!added) {
+    current().diskArbitration->DAUnregisterCallback(session_, it->second.registration);
+    it->second = Observer{identity, registration};
+  }
 }
 
 void CVDiskManager::unobserveDisk(const std::string& bsdName) {
@@ -117,7 +132,7 @@ void CVDiskManager::unobserveDisk(const std::string& bsdName) {
     return;
   }
   log.default_("unobserveDisk - " + bsdName + ", context: " + it->second.identity->description());
-  current().diskArbitration->DAUnregisterCallback(session_, it->second.registration);
+  if (session_) current().diskArbitration->DAUnregisterCallback(session_, it->second.registration);
   callbackContext_.erase(it);
 }
 
