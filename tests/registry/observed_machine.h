@@ -1,13 +1,14 @@
 #pragma once
-// The observation machine (tests/machines/observation) copied for one test,
-// its registry seeded with bookmarks of the platform's base keys only (a
-// rewritten entry shows by its custom keys), a manager started on it, and the
-// log captured. A step's transcript holds the log lines written since the
-// last step, then the observers and the registry, or that they are unchanged.
-#include <cstdio>
-#include <memory>
-#include <string>
+// The observation machine copied for one test, with a manager and a captured log. A scenario is a
+// golden file whose "# " lines are commands; each command's transcript holds the log lines, the
+// answer, the diskutil runs, then the observers and the registry (its bookmarks hold base keys
+// only, so a rewritten entry shows by its custom keys) or that they are unchanged.
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
 
+#include "platform/formatters.h"
 #include "platform/machine/simulated_disk_arbitration.h"
 #include "registry/cv_disk_manager.h"
 #include "volumes/cv_disk_volume.h"
@@ -15,88 +16,109 @@
 
 namespace observationtest {
 
-inline std::string guid(int n) {
-  char text[40];
-  std::snprintf(text, sizeof text, "A0000000-0000-4000-8000-%012d", n);
-  return text;
-}
+using platform::Value;
 
-inline std::string nameOf(const CVDiskVolumeRef& volume) { return volume ? volume->bsdName().value_or("") : "nothing"; }
+inline std::string guid(const std::string& n) { return "A0000000-0000-4000-8000-" + std::string(12 - n.size(), '0') + n; }
 
-class ObservedMachine {
- public:
-  ObservedMachine() : folder("observation") {
+struct ObservedMachine {
+  ObservedMachine() {
     folder.install();
     platform::Platform installed = platform::current();
     installed.log = log;
     platform::install(installed);
-    const std::string_view name = platform::NSURLVolumeNameKey, uuid = platform::NSURLVolumeUUIDStringKey;
-    const std::tuple<int, const char*, const char*, const char*> entries[] = {
-        {1, "/Volumes/Photos/", "Photos", "11111111-1111-4111-8111-111111111111"},
-        {2, "/Volumes/Archive/", "Archive", "10101010-1010-4010-8010-101010101010"},
-        {3, "/System/Volumes/Data/", "Macintosh HD - Data", "33333333-0005-4333-8333-333333333333"},
-        {4, "/Volumes/Ventura - Data/", "Ventura - Data", "55555555-0002-4555-8555-555555555555"},
-        {5, "/Volumes/Sonoma - Data/", "Sonoma - Data", "66666666-0002-4666-8666-666666666666"},
-        {6, "/Volumes/Travel/", "Travel", "77777777-7777-4777-8777-777777777777"},
-        {8, "/Volumes/Gone/", "Gone", "99999999-9999-4999-8999-999999999999"}};
-    platform::Dictionary map{{guid(7), platform::Value(platform::Bytes::fromString("not a bookmark"))}};
-    for (const auto& [n, path, volumeName, volumeUUID] : entries)
-      map[guid(n)] = platform::Value(*installed.bookmarks->bookmarkData(
-          platform::URL::fileURLWithPath(path, true), 0x400, {std::string(name), std::string(uuid)},
-          {{std::string(name), platform::Value(volumeName)}, {std::string(uuid), platform::Value(volumeUUID)}}));
-    installed.userDefaults->standardUserDefaults()->setObject(platform::Value(map), CVDiskManager::kMapKey);
     manager = CVDiskManager::create();
   }
+  void drain() const { manager->daQueue().sync([] {}), manager->waitForPendingSaves(); }
 
-  platform::machine::SimulatedDiskArbitration& da() const {
-    return dynamic_cast<platform::machine::SimulatedDiskArbitration&>(*platform::current().diskArbitration);
+  // Runs one command: gives the deliveries it raised and what it answered.
+  std::pair<std::size_t, std::string> run(const std::string& command) const {
+    auto& da = dynamic_cast<platform::machine::SimulatedDiskArbitration&>(*platform::current().diskArbitration);
+    std::istringstream words(command);
+    std::string verb, name, key, value, text;
+    words >> verb >> name >> key;
+    std::getline(words >> std::ws, value);
+    auto volume = [](const CVDiskVolumeRef& v) { return "result: " + (v ? *v->bsdName() : "nothing") + "\n"; };
+    if (verb == "set" || verb == "unset") {  // the description with the key set to text, a number or a UUID, or removed
+      auto description = *da.DADiskCopyDescription(da.DADiskCreateFromBSDName(manager->session(), name));
+      auto uuid = platform::UUID::fromString(value);
+      bool text = value.empty() || value.find_first_not_of("0123456789") != std::string::npos;
+      description[key] = uuid ? Value(*uuid) : text ? Value(value) : Value(std::stoll(value));
+      if (verb == "unset") description.erase(key);
+      return {da.simulateDescriptionChanged(name, description), ""};
+    }
+    if (verb == "approve") {
+      auto n = da.simulateMountApproval(name) + da.simulateUnmountApproval(name) + da.simulateEjectApproval(name);
+      drain();
+      for (const auto& answer : da.approvalAnswers()) text += answer ? " refused" : " approved";
+      return {n, "answers:" + text + "\n"};
+    }
+    if (verb == "mount-in-background") {
+      platform::DispatchSemaphore done;
+      manager->mountVolumeForGUIDString(guid(name), [&, caller = std::this_thread::get_id()](CVDiskVolumeRef v) {
+        text = volume(v) + (caller == std::this_thread::get_id() ? "on the caller's thread\n" : "in the background\n");
+        done.signal();
+      });
+      return {0, done.wait(platform::DispatchTime::now() + 30.0) ? text : "no answer\n"};
+    }
+    if (verb == "unmount") {
+      auto before = da.unmountRequests().size();
+      manager->unmountWithVolume(*CVDiskVolume::initWithBsdName(name));
+      auto requests = da.unmountRequests();
+      for (auto request = requests.begin() + before; request != requests.end(); ++request)
+        text += "unmount request: " + *request->bsdName + " options " + std::to_string(request->options) + "\n";
+      return {0, text};
+    }
+    if (verb == "unobserve") manager->unobserveDisk(name);
+    if (verb == "mount") text = volume(manager->mountVolumeForGUIDString(guid(name)));
+    return {verb == "appear"      ? da.simulateDiskAppeared(name)
+            : verb == "disappear" ? da.simulateDiskDisappeared(name)
+            : verb == "peek"      ? da.simulateDiskPeek(name)
+                                  : 0,
+            text};
   }
 
-  // Gives the disk its present description with `key` set, or removed.
-  std::size_t change(const std::string& bsdName, const std::string& key, std::optional<platform::Value> value) const {
-    auto description = *da().DADiskCopyDescription(da().DADiskCreateFromBSDName(manager->session(), bsdName));
-    if (value) description[key] = *value;
-    else description.erase(key);
-    return da().simulateDescriptionChanged(bsdName, description);
+  std::string replay(const std::string& scenario) {
+    std::ifstream in(folder.source() / "expected" / scenario);
+    const auto calls = folder.folder() / "usr/sbin/calls.log";
+    std::string line, transcript;
+    while (std::getline(in, line)) {
+      if (!line.starts_with("# ")) continue;
+      const std::string command = line.substr(2, line.find(" (deliveries") - 2);
+      auto [deliveries, answer] = run(command);
+      transcript += step(command, deliveries, command != "start, log not shown") + answer;
+      std::ifstream diskutil(calls);
+      for (std::string call; std::getline(diskutil, call);) transcript += "diskutil " + call + "\n";
+      std::filesystem::remove(calls);
+    }
+    return transcript;
   }
 
-  void drain() const {
-    manager->daQueue().sync([] {});
-    manager->waitForPendingSaves();
-  }
-
-  std::string step(const std::string& title, std::size_t deliveries, bool withLog = true) {
+  std::string step(const std::string& title, std::size_t deliveries, bool withLog) {
     drain();
-    std::string text = "# " + title + " (deliveries: " + std::to_string(deliveries) + ")\n";
+    std::string text = "# " + title + " (deliveries: " + std::to_string(deliveries) + ")\n", observers, registry;
     auto entries = log->entries();
     // The save logs on serialMapQueue, in no fixed order with the callbacks.
     for (; logged < entries.size(); ++logged)
       if (withLog && entries[logged].message != "CVDiskManager - updated known volume registry")
         text += platform::logLine(entries[logged]) + "\n";
-    std::string observers, registry;
     for (const auto& [bsdName, identity] : manager->observedIdentities())
       observers += "  " + bsdName + ": " + identity->debugDescription() + "\n";
+    const std::vector<std::string> keys{"NSURLVolumeNameKey", "NSURLVolumeUUIDStringKey", std::string(kVolumeRealUUIDStringKey)};
     for (const auto& [key, blob] : manager->map()) {
       registry += "  " + key + ":";
-      for (std::string_view fact : {platform::NSURLVolumeNameKey, kVolumeRealUUIDStringKey}) {
-        auto values = platform::current().bookmarks->resourceValues({std::string(fact)}, blob);
-        const platform::Value* value = values ? platform::lookup(*values, fact) : nullptr;
-        registry += " " + (value && value->string() ? *value->string() : std::string("-"));
-      }
+      for (const auto& [name, value] : platform::current().bookmarks->resourceValues(keys, blob).value_or(platform::Dictionary{}))
+        registry += " " + name + "=" + platform::foundationDescription(value);
       registry += "\n";
     }
     text += observers == lastObservers ? "observers unchanged\n" : "observers:\n" + observers;
     text += registry == lastRegistry ? "registry unchanged\n" : "registry:\n" + registry;
-    lastObservers = observers;
-    lastRegistry = registry;
+    lastObservers = observers, lastRegistry = registry;
     return text;
   }
 
-  volumetest::CopiedMachine folder;
+  volumetest::CopiedMachine folder{"observation"};
   std::shared_ptr<platform::CapturingLogSink> log = std::make_shared<platform::CapturingLogSink>();
   std::shared_ptr<CVDiskManager> manager;
-
- private:
   std::size_t logged = 0;
   std::string lastObservers, lastRegistry;
 };
