@@ -7,6 +7,7 @@
 #include "app/cv_diag.h"
 #include "bundle_info.inc"
 #include "platform/machine/machine_platform.h"
+#include "registry/cv_disk_manager.h"
 
 int main(int argc, char** argv) {
   platform::Dictionary info{
@@ -21,5 +22,8 @@ int main(int argc, char** argv) {
     return 1;
   }
   platform::install(std::move(std::get<platform::Platform>(made)));
-  return ArgumentParser::main<CVDiag>(argc, argv);
+  int status = ArgumentParser::main<CVDiag>(argc, argv);
+  // The registry's callbacks end before the process's static objects do.
+  CVDiskManager::stopSharedObservation();
+  return status;
 }

@@ -61,6 +61,10 @@ CVDiskManager& CVDiskManager::sharedInstance() {
   return *instance;
 }
 
+void CVDiskManager::stopSharedObservation() {
+  if (sharedManager) sharedManager->unregisterCallbacks();
+}
+
 std::shared_ptr<CVDiskManager> CVDiskManager::create() { return std::make_shared<CVDiskManager>(Passkey{}); }
 
 // The start sequence, in its order. Steps 1 to 4 are the member

@@ -57,6 +57,10 @@ class CVDiskManager {
   // A manager of its own over the installed platform, running the same start
   // sequence; for tests and tools that must not share the process-wide one.
   static std::shared_ptr<CVDiskManager> create();
+  // Ends the Disk Arbitration observation of the process-wide manager, if
+  // there is one, once no callback runs. The tool calls it before it exits,
+  // so that no callback outlives what it uses.
+  static void stopSharedObservation();
 
   CVDiskManager(Passkey);
   ~CVDiskManager();
