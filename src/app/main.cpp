@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
   }
   platform::install(std::move(std::get<platform::Platform>(made)));
   int status = ArgumentParser::main<CVDiag>(argc, argv);
-  // The registry's callbacks end before the process's static objects do.
-  CVDiskManager::stopSharedObservation();
+  // The registry's callbacks and saves end before the process's objects do.
+  CVDiskManager::finishSharedInstance();
   return status;
 }

@@ -57,10 +57,11 @@ class CVDiskManager {
   // A manager of its own over the installed platform, running the same start
   // sequence; for tests and tools that must not share the process-wide one.
   static std::shared_ptr<CVDiskManager> create();
-  // Ends the Disk Arbitration observation of the process-wide manager, if
-  // there is one, once no callback runs. The tool calls it before it exits,
-  // so that no callback outlives what it uses.
-  static void stopSharedObservation();
+  // Ends the process-wide manager's work, if there is one: its Disk
+  // Arbitration observation (once no callback runs) and its queued saves.
+  // The tool calls it before leaving `main`, while everything the callbacks
+  // use is still alive.
+  static void finishSharedInstance();
 
   CVDiskManager(Passkey);
   ~CVDiskManager();
