@@ -719,18 +719,40 @@ V_OLD = new_uuid()
 M_OFFSITE = new_uuid()
 M_OLD = new_uuid()
 
+# Entries that only the registry's own two reports look at; drawn from a
+# generator of their own so that the GUIDs above stay as they are.
+_registry_rng = random.Random(2026112301)
+
+
+def registry_uuid(before=None):
+    """A version 4 UUID of the registry's own generator; with `before`, the
+    first one that sorts before it."""
+    while True:
+        u = str(uuid.UUID(int=_registry_rng.getrandbits(128), version=4)).upper()
+        if before is None or u < before:
+            return u
+
+
+G_BACKUP_THIRD = registry_uuid()
+G_LONG = registry_uuid()
+G_ACCENTS = registry_uuid()
+G_OFFSITE_UNNAMED = registry_uuid(before=G_OFFSITE)
+V_LONG = registry_uuid()
+V_ACCENTS = registry_uuid()
+
 
 def bookmark(url_path, name, volume_uuid, ejectable, media_uuid=None, group_uuid=None, localized=None):
     """A bookmark blob as this platform layer encodes one: a binary property
     list with the URL and the stored resource values."""
     d = {
         "NSURLBookmarkURL": url(url_path),
-        "NSURLVolumeNameKey": name,
-        "NSURLVolumeLocalizedNameKey": localized if localized is not None else name,
+        "NSURLVolumeLocalizedNameKey": localized if localized is not None else name or "",
         "NSURLVolumeUUIDStringKey": volume_uuid,
         "NSURLVolumeIsEjectableKey": ejectable,
         "CVDiskVolume.volumeRealUUIDStringKey": volume_uuid,
     }
+    if name is not None:
+        d["NSURLVolumeNameKey"] = name
     if media_uuid:
         d["CVDiskVolume.volumeMediaUUIDStringKey"] = media_uuid
     if group_uuid:
@@ -753,6 +775,18 @@ def registry():
         G_OFFSITE: bookmark("/Volumes/Offsite", "Offsite", V_OFFSITE, True, M_OFFSITE),
         # A disk that no document uses any more: an orphan.
         G_OLD: bookmark("/Volumes/Old Backup", "Old Backup", V_OLD, True, M_OLD),
+        # The backup volume a third time: the duplicate check counts 3.
+        G_BACKUP_THIRD: bookmark("/Volumes/Backup", "Backup", V["disk2s2"], True, U["disk2s2"]),
+        # A name longer than the table's column, cut to 45 characters.
+        G_LONG: bookmark("/Volumes/Photography Archive 2019-2024 (RAW masters)",
+                         "Photography Archive 2019-2024 (RAW masters) 2nd copy", V_LONG, True),
+        # Combining accents and emoji: padded by user-perceived characters.
+        G_ACCENTS: bookmark("/Volumes/Cafe\u0301 Re\u0301sume\u0301s",
+                            "Cafe\u0301 Re\u0301sume\u0301s \U0001F468\u200D\U0001F469\u200D\U0001F467 \U0001F4F7",
+                            V_ACCENTS, True),
+        # The off-site disk again, remembered without a name; it sorts first,
+        # so the duplicate check names the volume "no name".
+        G_OFFSITE_UNNAMED: bookmark("/Volumes/Offsite", None, V_OFFSITE, True, M_OFFSITE),
         # Damaged: not a property list at all.
         G_BROKEN: b"book\x00\x02\x00\x00\x00\x00\x04\x10\x30\x00\x00\x00" + bytes(range(0x41, 0x61)),
     }

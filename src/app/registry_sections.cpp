@@ -19,7 +19,10 @@ void registryDuplicates(std::ostream& out) {
 }
 
 void resolvableGUIDsForLocalDisks(std::ostream& out) {
-  auto& manager = CVDiskManager::sharedInstance();
+  resolvableGUIDsForLocalDisks(out, CVDiskManager::sharedInstance());
+}
+
+void resolvableGUIDsForLocalDisks(std::ostream& out, CVDiskManager& manager) {
   print(out, "\nResolvable GUIDs for local disks");
   for (const auto& volume : CVDiskVolume::localDisks()) {
     auto guid = manager.GUIDForVolume(*volume, false);

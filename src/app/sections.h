@@ -7,6 +7,7 @@
 #include <string>
 
 struct CVDiag;
+class CVDiskManager;
 
 // "Corvane Diagnostics version: …" and the empty line behind it.
 void versionLine(std::ostream& out);
@@ -21,6 +22,7 @@ void registryDuplicates(std::ostream& out);
 // "Resolvable GUIDs for local disks": each local disk the registry knows,
 // with its GUID; never registers. Ends the settings consistency report.
 void resolvableGUIDsForLocalDisks(std::ostream& out);
+void resolvableGUIDsForLocalDisks(std::ostream& out, CVDiskManager& manager);
 // Which settings references resolve; prunes orphans when the command asks.
 void settingsConsistencyReport(std::ostream& out, const CVDiag& command);
 // Local volumes that share a volume UUID.

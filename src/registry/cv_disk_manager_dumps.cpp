@@ -57,22 +57,26 @@ DecodedEntries decode(const CVDiskVolumeMap& map) {
   return entries;
 }
 
-std::vector<std::string> distinctVolumeUUIDs(const DecodedEntries& entries) {
-  std::vector<std::string> result;
-  std::unordered_map<std::string, bool> seen;
+// The volume UUIDs of the entries, each read once: the distinct texts in
+// first-seen order, and for every entry the index of its text (or -1).
+struct VolumeUUIDIndex {
+  std::vector<std::string> distinct;
+  std::vector<long> ofEntry;
+};
+VolumeUUIDIndex indexVolumeUUIDs(const DecodedEntries& entries) {
+  VolumeUUIDIndex index;
+  std::unordered_map<std::string, long> seen;
   for (const auto& entry : entries) {
     auto uuid = entry.second.volumeUUIDString();
-    if (uuid && seen.emplace(*uuid, true).second) result.push_back(*uuid);
+    long position = -1;
+    if (uuid) {
+      auto [found, added] = seen.emplace(*uuid, static_cast<long>(index.distinct.size()));
+      if (added) index.distinct.push_back(*uuid);
+      position = found->second;
+    }
+    index.ofEntry.push_back(position);
   }
-  return result;
-}
-
-std::vector<std::string> guidsCarrying(const DecodedEntries& entries, std::string_view volumeUUID) {
-  std::vector<std::string> result;
-  for (const auto& [guid, bookmark] : entries) {
-    if (bookmark.volumeUUIDString() == volumeUUID) result.push_back(guid);
-  }
-  return result;
+  return index;
 }
 
 }  // namespace
@@ -121,33 +125,57 @@ std::string CVDiskManager::guidMapDump() const {
 }
 
 std::vector<std::string> CVDiskManager::allVolumeUUIDStrings() const {
-  return distinctVolumeUUIDs(decode(map()));
+  return indexVolumeUUIDs(decode(map())).distinct;
 }
 
 std::vector<std::string> CVDiskManager::guidsForVolumeUUIDString(std::string_view volumeUUIDString) const {
-  return guidsCarrying(decode(map()), volumeUUIDString);
+  std::vector<std::string> result;
+  for (const auto& [guid, bookmark] : decode(map())) {
+    if (bookmark.volumeUUIDString() == volumeUUIDString) result.push_back(guid);
+  }
+  return result;
 }
 
+namespace {
+
+// Volume UUID to the positions of its entries, for UUIDs with more than one.
+// Quadratic by design: every distinct UUID is compared with every entry, but
+// each bookmark is decoded only once and the comparisons are of numbers.
+std::map<std::string, std::vector<std::size_t>> duplicatePositions(const DecodedEntries& entries) {
+  auto index = indexVolumeUUIDs(entries);
+  std::map<std::string, std::vector<std::size_t>> result;
+  for (std::size_t position = 0; position < index.distinct.size(); ++position) {
+    std::vector<std::size_t> carrying;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      if (index.ofEntry[i] == static_cast<long>(position)) carrying.push_back(i);
+    }
+    if (carrying.size() > 1) result.emplace(index.distinct[position], std::move(carrying));
+  }
+  return result;
+}
+
+}  // namespace
+
 std::map<std::string, std::vector<std::string>> CVDiskManager::duplicateVolumeEntries() const {
-  // Quadratic by design: every distinct UUID is compared with every entry,
-  // but each bookmark is decoded only once.
   auto entries = decode(map());
   std::map<std::string, std::vector<std::string>> result;
-  for (const auto& uuid : distinctVolumeUUIDs(entries)) {
-    auto guids = guidsCarrying(entries, uuid);
-    if (guids.size() > 1) result.emplace(uuid, std::move(guids));
+  for (const auto& [uuid, positions] : duplicatePositions(entries)) {
+    auto& guids = result[uuid];
+    for (auto i : positions) guids.push_back(entries[i].first);
   }
   return result;
 }
 
 std::optional<std::string> CVDiskManager::duplicatesDump() const {
-  auto duplicates = duplicateVolumeEntries();
+  auto entries = decode(map());
+  auto duplicates = duplicatePositions(entries);
   if (duplicates.empty()) return "No duplicate GUID entries found\n";
   std::string text = "Duplicate entries found for volume(s):\n";
-  for (const auto& [uuid, guids] : duplicates) {
-    auto name = volumeName(guids.front());
+  for (const auto& [uuid, positions] : duplicates) {
+    // The name the first GUID's bookmark remembers.
+    auto name = entries[positions.front()].second.volumeName();
     text += "  Volume " + uuid + " \u201C" + name.value_or("no name") + "\u201D is associated with more than one GUID. " +
-            std::to_string(guids.size()) + " entries found.\n";
+            std::to_string(positions.size()) + " entries found.\n";
   }
   return text;
 }
