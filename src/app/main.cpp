@@ -10,6 +10,7 @@
 #include "app/cv_diag.h"
 #include "bundle_info.inc"
 #include "platform/machine/machine_platform.h"
+#include "registry/cv_disk_manager.h"
 
 namespace {
 
@@ -32,4 +33,9 @@ std::optional<int> installPlatform() {
 
 }  // namespace
 
-int main(int argc, char** argv) { return ArgumentParser::main<CVDiag>(argc, argv, installPlatform); }
+int main(int argc, char** argv) {
+  const int status = ArgumentParser::main<CVDiag>(argc, argv, installPlatform);
+  // The registry's callbacks and saves end before the process's objects do.
+  CVDiskManager::finishSharedInstance();
+  return status;
+}

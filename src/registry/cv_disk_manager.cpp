@@ -55,10 +55,19 @@ CVDiskManager& CVDiskManager::sharedInstance() {
     auto* manager = new CVDiskManager(Passkey{});
     sharedManager = manager;
     // The process never ends with a save still queued.
-    std::atexit([] { sharedManager->waitForPendingSaves(); });
+    std::atexit([] {
+      if (sharedManager) sharedManager->waitForPendingSaves();
+    });
     return manager;
   }();
   return *instance;
+}
+
+void CVDiskManager::finishSharedInstance() {
+  if (!sharedManager) return;
+  sharedManager->unregisterCallbacks();
+  sharedManager->waitForPendingSaves();
+  sharedManager = nullptr;  // nothing is left for the exit handler
 }
 
 std::shared_ptr<CVDiskManager> CVDiskManager::create() { return std::make_shared<CVDiskManager>(Passkey{}); }

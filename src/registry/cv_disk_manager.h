@@ -10,6 +10,7 @@
 // exit) returns once every queued save is on disk.
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -56,6 +57,11 @@ class CVDiskManager {
   // A manager of its own over the installed platform, running the same start
   // sequence; for tests and tools that must not share the process-wide one.
   static std::shared_ptr<CVDiskManager> create();
+  // Ends the process-wide manager's work, if there is one: its Disk
+  // Arbitration observation (once no callback runs) and its queued saves.
+  // The tool calls it before leaving `main`, while everything the callbacks
+  // use is still alive.
+  static void finishSharedInstance();
 
   CVDiskManager(Passkey);
   ~CVDiskManager();
@@ -153,6 +159,25 @@ class CVDiskManager {
   std::optional<platform::DADissenter> unmountApprovalCallback(const platform::DADiskRef& disk);
   std::optional<platform::DADissenter> ejectCallback(const platform::DADiskRef& disk);
 
+  // A copy of `callbackContext`: BSD name to the Identity its observer was
+  // added with.
+  std::map<std::string, std::shared_ptr<const Identity>> observedIdentities() const;
+
+  // ---- Mounting and unmounting -------------------------------------------
+
+  // Brings up the mount points of the GUID's volume (both members of a
+  // system/data group) through `diskutil mount`, and gives its presentation
+  // volume; nothing when the GUID has no entry, the volume is not attached or
+  // a mount fails (the reason goes to the log). Blocks while diskutil runs.
+  CVDiskVolumeRef mountVolumeForGUIDString(std::string_view guidString);
+  // The same on a background queue; `completion` gets the result there. The
+  // manager must outlive the call (the shared one always does).
+  void mountVolumeForGUIDString(std::string guidString, std::function<void(CVDiskVolumeRef)> completion);
+  // Asks Disk Arbitration, on a session of its own, to unmount the volume:
+  // the system and the data volume of a group, or the volume alone (forced).
+  // Fire and forget.
+  void unmountWithVolume(const CVDiskVolume& volume);
+
   const platform::DispatchQueue& serialMapQueue() const { return serialMapQueue_; }
   const platform::DispatchQueue& daQueue() const { return daQueue_; }
   const platform::DASessionRef& session() const { return session_; }
@@ -168,6 +193,9 @@ class CVDiskManager {
   // teardown order. (These three live with the observation code.)
   void registerCallbacks();
   void unregisterCallbacks();
+  // The volume itself when it is ready, else after `diskutil mount` said
+  // "mounted"; nothing when that fails.
+  static CVDiskVolumeRef mountVolume(const CVDiskVolumeRef& volume);
   // Writes `_map` to the defaults; runs on `serialMapQueue`.
   void saveMap();
 
@@ -184,6 +212,9 @@ class CVDiskManager {
   };
   std::map<std::string, Observer> callbackContext_;
   mutable std::mutex callbackMutex_;
+  // Set when teardown begins: no observer is added after it. Guarded by
+  // callbackMutex_.
+  bool observationStopped_ = false;
   std::shared_ptr<platform::UserDefaults> defaults_;
   std::string mapKey_;
   // The callbacks, bound to this manager in the start sequence; the
