@@ -8,11 +8,13 @@
 #include <sstream>
 #include <thread>
 
+#include <gtest/gtest.h>
 #include "platform/formatters.h"
 #include "platform/machine/simulated_disk_arbitration.h"
 #include "registry/cv_disk_manager.h"
 #include "volumes/cv_disk_volume.h"
-#include "volumes/volume_golden_support.h"
+#include "support/capturing_log_sink.h"
+#include "support/machine_builder.h"
 
 namespace observationtest {
 
@@ -116,8 +118,8 @@ struct ObservedMachine {
     return text;
   }
 
-  volumetest::CopiedMachine folder{"observation"};
-  std::shared_ptr<platform::CapturingLogSink> log = std::make_shared<platform::CapturingLogSink>();
+  testsupport::MachineBuilder folder{"observation"};
+  std::shared_ptr<testsupport::CapturingLogSink> log = std::make_shared<testsupport::CapturingLogSink>();
   std::shared_ptr<CVDiskManager> manager;
   std::size_t logged = 0;
   std::string lastObservers, lastRegistry;
