@@ -2,5 +2,4 @@
 // diskutil catalogue) are not built yet: they print nothing.
 #include "app/sections.h"
 
-void settingsConsistencyReport(std::ostream&, const CVDiag&) {}
 void diskutilEntityReport(std::ostream&) {}
