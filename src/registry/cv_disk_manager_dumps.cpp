@@ -57,20 +57,34 @@ DecodedEntries decode(const CVDiskVolumeMap& map) {
   return entries;
 }
 
-std::vector<std::string> distinctVolumeUUIDs(const DecodedEntries& entries) {
-  std::vector<std::string> result;
-  std::unordered_map<std::string, bool> seen;
+// The volume UUIDs of the entries, each read once: the distinct texts in
+// first-seen order, and for every entry the index of its text (or -1).
+struct VolumeUUIDIndex {
+  std::vector<std::string> distinct;
+  std::vector<long> ofEntry;
+};
+VolumeUUIDIndex indexVolumeUUIDs(const DecodedEntries& entries) {
+  VolumeUUIDIndex index;
+  std::unordered_map<std::string, long> seen;
   for (const auto& entry : entries) {
     auto uuid = entry.second.volumeUUIDString();
-    if (uuid && seen.emplace(*uuid, true).second) result.push_back(*uuid);
+    long position = -1;
+    if (uuid) {
+      auto [found, added] = seen.emplace(*uuid, static_cast<long>(index.distinct.size()));
+      if (added) index.distinct.push_back(*uuid);
+      position = found->second;
+    }
+    index.ofEntry.push_back(position);
   }
-  return result;
+  return index;
 }
 
-std::vector<std::string> guidsCarrying(const DecodedEntries& entries, std::string_view volumeUUID) {
+// The GUIDs of the entries that carry the UUID at `position`: one pass over
+// all entries, comparing numbers.
+std::vector<std::string> guidsCarrying(const DecodedEntries& entries, const VolumeUUIDIndex& index, long position) {
   std::vector<std::string> result;
-  for (const auto& [guid, bookmark] : entries) {
-    if (bookmark.volumeUUIDString() == volumeUUID) result.push_back(guid);
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    if (index.ofEntry[i] == position) result.push_back(entries[i].first);
   }
   return result;
 }
@@ -121,21 +135,26 @@ std::string CVDiskManager::guidMapDump() const {
 }
 
 std::vector<std::string> CVDiskManager::allVolumeUUIDStrings() const {
-  return distinctVolumeUUIDs(decode(map()));
+  return indexVolumeUUIDs(decode(map())).distinct;
 }
 
 std::vector<std::string> CVDiskManager::guidsForVolumeUUIDString(std::string_view volumeUUIDString) const {
-  return guidsCarrying(decode(map()), volumeUUIDString);
+  std::vector<std::string> result;
+  for (const auto& [guid, bookmark] : decode(map())) {
+    if (bookmark.volumeUUIDString() == volumeUUIDString) result.push_back(guid);
+  }
+  return result;
 }
 
 std::map<std::string, std::vector<std::string>> CVDiskManager::duplicateVolumeEntries() const {
   // Quadratic by design: every distinct UUID is compared with every entry,
   // but each bookmark is decoded only once.
   auto entries = decode(map());
+  auto index = indexVolumeUUIDs(entries);
   std::map<std::string, std::vector<std::string>> result;
-  for (const auto& uuid : distinctVolumeUUIDs(entries)) {
-    auto guids = guidsCarrying(entries, uuid);
-    if (guids.size() > 1) result.emplace(uuid, std::move(guids));
+  for (std::size_t position = 0; position < index.distinct.size(); ++position) {
+    auto guids = guidsCarrying(entries, index, static_cast<long>(position));
+    if (guids.size() > 1) result.emplace(index.distinct[position], std::move(guids));
   }
   return result;
 }
