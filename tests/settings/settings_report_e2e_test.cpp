@@ -1,15 +1,111 @@
-// The settings consistency report of the built CVDiag, exact to the
-// character, on the settings machine with the documents and registry of
-// each case.
+// The built CVDiag's settings consistency report and pruning on the settings
+// machine (Backup, Photos, Projects and a decomposed "Café" mounted; Archive
+// attached with its mount point gone), with the documents and registry of
+// each case: whole reports against golden files, the registry file read back
+// by python's own reader, a killed prune and a writer under the domain lock.
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "settings_fixture.h"
+#include <random>
+#include <thread>
 
-using namespace settingstest;
+#include <nlohmann/json.hpp>
+
+#include "../registry/registry_fixture.h"
+#include "support/run_cvdiag.h"
+
+using platform::Dictionary;
+using platform::Value;
+using registrytest::readFile;
 
 namespace {
+
+const std::string kSettings = "/Users/ada/Library/Application Support/Corvane!";
+const std::string kBad = "not-a-guid";
+
+// "A…-<n>" registry GUIDs; "B…-<n>" volume UUIDs of the machine (1 Backup,
+// 2 Photos, 3 Archive, 4 Projects, 5 Café); "C…" UUIDs of no attached volume.
+std::string uuid(char prefix, long n) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%c0000000-0000-4000-8000-%012ld", prefix, n);
+  return text;
+}
+std::string guid(long n) { return uuid('A', n); }
+
+Dictionary session(std::optional<std::string> source, std::optional<std::string> sourceName,
+                   std::optional<std::string> target, std::optional<std::string> targetName,
+                   std::optional<Value> version = Value(5)) {
+  Dictionary d{{"CVSessionName", "session"}};
+  for (auto [key, value] : {std::pair{"CVSourceVolume", source}, {"CVsourceVolumeName", sourceName},
+                            {"CVTargetVolume", target}, {"CVtargetVolumeName", targetName}})
+    if (value) d[key] = *value;
+  if (version) d["CVSessionSettingsVersion"] = *version;
+  return d;
+}
+
+// (GUID key, remembered name or nothing, volume UUID)
+using Entry = std::tuple<std::string, std::optional<std::string>, std::string>;
+
+class SettingsMachine : public ::testing::Test {
+ protected:
+  void SetUp() override { machine.install(); }
+  std::filesystem::path host(const std::string& macPath) const { return machine.folder() / macPath.substr(1); }
+
+  void rawDocument(const std::string& package, const std::string& bytes) {
+    auto path = host(kSettings + "/" + package + "/Session Settings.cvss");
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << bytes;
+    documents.push_back(kSettings + "/" + package + "/Session Settings.cvss");
+  }
+  std::string bytes(const Value& v, platform::PropertyListFormat format = platform::PropertyListFormat::XML) {
+    return std::string(platform::current().propertyLists->dataWithPropertyList(v, format)->asStringView());
+  }
+  void document(const std::string& package, const Value& settings) { rawDocument(package, bytes(settings)); }
+
+  // Corvane's domain with this registry beside one other key.
+  void registry(const std::vector<Entry>& entries) {
+    Dictionary stored;
+    for (const auto& [key, name, volumeUUID] : entries) {
+      Dictionary values{{"NSURLVolumeUUIDStringKey", volumeUUID}};
+      if (name) values["NSURLVolumeNameKey"] = *name;
+      stored.emplace(key, registrytest::blob(values));
+    }
+    auto domain = platform::current().userDefaults->initWithSuiteName("com.tamarlin.Corvane");
+    ASSERT_TRUE(domain->setObject(std::string("kept"), "SUOtherKey") && domain->setObject(stored, "CVDiskKnownVolumes"));
+  }
+
+  // The host can't set a file's birth time: machine.json gives every
+  // document fixed dates.
+  cvdiag_test::RunResult run(const std::vector<std::string>& flags, std::string program = CVDIAG_EXECUTABLE) {
+    auto json = nlohmann::json::parse(readFile(machine.folder() / "machine.json"));
+    for (const auto& path : documents)
+      if (!json["files"].contains(path))
+        json["files"][path] = {{"created", {{"$date", "2025-03-01T09:30:00Z"}}},
+                               {"modified", {{"$date", "2026-11-20T18:45:10Z"}}}};
+    std::ofstream(machine.folder() / "machine.json") << json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return cvdiag_test::runProgram(program, flags, {{"CVDIAG_MACHINE", machine.folder().string()}});
+  }
+
+  // The registry's keys, then every other key, as python's reader sees them.
+  std::string domainSeenByPython() const {
+    auto script = "import plistlib,sys\nd=plistlib.load(open(sys.argv[1],'rb'))\n"
+                  "print(' '.join(sorted(d.pop('CVDiskKnownVolumes'))))\nprint(sorted(d.items()))\n";
+    return cvdiag_test::runProgram("/usr/bin/python3", {"-c", script, host(registrytest::kDomainPath).string()}).out;
+  }
+
+  // Backup, referred to, and 3,000 orphans of disks that are not attached.
+  void manyOrphans() {
+    std::vector<Entry> entries{{guid(1), "Backup", uuid('B', 1)}};
+    for (long n = 100; n < 3100; ++n) entries.emplace_back(guid(n), "Orphan " + std::to_string(n), uuid('C', n));
+    registry(entries);
+    document("Nightly.cvsp", session(guid(1), "Backup", kBad, ""));
+  }
+  const std::string pruned = guid(1) + "\n[('SUOtherKey', 'kept')";
+
+  volumetest::CopiedMachine machine{"settings"};
+  std::vector<std::string> documents;
+};
 
 struct Case {
   const char* golden;
@@ -17,14 +113,11 @@ struct Case {
   std::vector<std::pair<std::string, Dictionary>> documents;
 };
 
-const std::string kBad = "not-a-guid";
-
 const Case kCases[] = {
     {"all_discrete",
      {{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Photos", uuid('B', 2)}},
      {{"Nightly.cvsp", session(guid(1), "Backup", guid(2), "Photos")}}},
-    // Registered as "Work", renamed "Projects"; one document uses it as
-    // source, another as target.
+    // Registered as "Work", since renamed "Projects": source of one document, target of another.
     {"group_by_name",
      {{guid(4), "Work", uuid('B', 4)}},
      {{"Projects.cvsp", session(guid(4), "Work", kBad, "Photos")},
@@ -36,16 +129,13 @@ const Case kCases[] = {
     {"group_unresolvable",
      {{guid(6), "Offsite", uuid('C', 6)}},
      {{"Offsite.cvsp", session(guid(6), "Offsite", kBad, "")}, {"Weekly.cvsp", session(kBad, "", guid(6), "Offsite")}}},
+    // With an orphan, a name composed in the document and decomposed in the
+    // registry and on the disk, one GUID under two names, a document with
+    // neither reference, entries that make no reference.
     {"all_groups",
-     {{guid(1), "Backup", uuid('B', 1)},
-      {guid(2), "Photos", uuid('B', 2)},
-      {guid(3), "Archive", uuid('B', 3)},
-      {guid(4), "Work", uuid('B', 4)},
-      {guid(5), "Cafe\u0301", uuid('B', 5)},
-      {guid(6), "Offsite", uuid('C', 6)},
-      {guid(7), "Old", uuid('C', 7)},
-      {guid(10), "Backup", uuid('C', 10)},
-      {guid(11), std::nullopt, uuid('B', 2)},
+     {{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Photos", uuid('B', 2)}, {guid(3), "Archive", uuid('B', 3)},
+      {guid(4), "Work", uuid('B', 4)}, {guid(5), "Cafe\u0301", uuid('B', 5)}, {guid(6), "Offsite", uuid('C', 6)},
+      {guid(7), "Old", uuid('C', 7)}, {guid(10), "Backup", uuid('C', 10)}, {guid(11), std::nullopt, uuid('B', 2)},
       {"no-uuid", "Backup", uuid('B', 1)}},
      {{"Nightly.cvsp", session(guid(1), "Backup", guid(2), "Photos")},
       {"Projects.cvsp", session(guid(4), "Work", guid(5), "Caf\u00E9")},
@@ -65,85 +155,124 @@ TEST_P(SettingsReportTest, MatchesItsGolden) {
   for (const auto& [package, settings] : GetParam().documents) document(package, settings);
   auto result = run({"--settings-volumes"});
   machine.expectGolden(std::string(GetParam().golden) + ".txt", result.out);
-  EXPECT_EQ(result.err, "");
-  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err + std::to_string(result.status), "0");
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, SettingsReportTest, ::testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.golden); });
 
-// A settings folder with something wrong in every way a document can be
-// wrong, beside good documents that are still read.
 TEST_F(SettingsMachine, EveryReadFailureIsToldInItsWordsAndTheRestIsRead) {
   registry({{guid(1), "Backup", uuid('B', 1)}});
   auto good = session(guid(1), "Backup", kBad, "");
-  document("Good.cvsp", good, platform::PropertyListFormat::Binary);
-  document("Dated.cvsp", good);
-  document("Undated.cvsp", good);
-  document("Outer.cvsp/Inner.cvsp", good);
-  document("Outer.cvsp", good);
-  document("Holiday.CVSP", good);
-  std::filesystem::create_directories(host(kSettings + "/Old.cvsp/QuickLook"));
-  std::ofstream(host(kSettings + "/File.cvsp")) << "a package that is a file";
-  std::filesystem::create_symlink("Loop.cvsp", host(kSettings + "/Loop.cvsp"));
-  std::filesystem::create_directories(host(kSettings + "/Folder.cvsp/Session Settings.cvss"));
-  {  // a socket: there, and no file that can be read
-    auto path = host(kSettings + "/Socket.cvsp/Session Settings.cvss");
-    std::filesystem::create_directories(path.parent_path());
-    auto here = std::filesystem::current_path();
-    std::filesystem::current_path(path.parent_path());  // the full path may be too long for a socket
-    int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.filename().c_str());
-    int bound = ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    ::close(fd);
-    std::filesystem::current_path(here);
-    ASSERT_EQ(bound, 0);
-  }
-  rawDocument("Text.cvsp", "CVSourceVolume = A0000000;");
-  rawDocument("Caf\xE9 Latin-1.cvsp", "not a property list either");
-  auto binary = std::string(
-      platform::current().propertyLists->dataWithPropertyList(good, platform::PropertyListFormat::Binary)->asStringView());
-  rawDocument("Truncated.cvsp", binary.substr(0, binary.size() / 2));
+  auto binary = bytes(good, platform::PropertyListFormat::Binary);
   auto forged = binary;
   forged.replace(forged.size() - 8, 8, "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xF0");  // offset table far beyond the end
-  rawDocument("Forged.cvsp", forged);
-  // Arrays that each point twice at the next: 2^60 values once expanded.
-  std::string bomb = "bplist00";
+  std::string bomb = "bplist00", deep;  // arrays that each point twice at the next: 2^60 values
   for (int i = 0; i < 60; ++i) bomb += {'\xA2', char(i + 1), char(i + 1)};
   bomb += '\xA0';
   for (int i = 0; i <= 60; ++i) bomb += char(8 + 3 * i);
-  bomb += std::string(6, '\0') + "\x01\x01" + std::string(7, '\0') + "\x3D" + std::string(8, '\0') +
-          std::string(7, '\0') + char(8 + 3 * 60 + 1);
-  rawDocument("Shared References.cvsp", bomb);
-  {
-    std::string deep = "<plist version=\"1.0\">";
-    for (int i = 0; i < 10000; ++i) deep += "<array>";
-    for (int i = 0; i < 10000; ++i) deep += "</array>";
-    rawDocument("Deep.cvsp", deep + "</plist>");
-  }
+  bomb += std::string(6, '\0') + "\x01\x01" + std::string(7, '\0') + "\x3D" + std::string(15, '\0') + char(189);
+  for (int i = 0; i < 10000; ++i) deep = "<array>" + deep + "</array>";
+  auto changed = [&](Dictionary d, const char* key, std::optional<Value> value) {
+    value ? void(d[key] = *value) : void(d.erase(key));
+    return bytes(d);
+  };
+  for (const auto& [package, content] : std::initializer_list<std::pair<std::string, std::string>>{
+           {"Good.cvsp", binary}, {"Dated.cvsp", bytes(good)}, {"Undated.cvsp", bytes(good)},
+           {"Outer.cvsp", bytes(good)}, {"Outer.cvsp/Inner.cvsp", bytes(good)}, {"Holiday.CVSP", bytes(good)},
+           {"Text.cvsp", "CVSourceVolume = A0000000;"}, {"Caf\xE9 Latin-1.cvsp", "no property list"},
+           {"Truncated.cvsp", binary.substr(0, binary.size() / 2)}, {"Forged.cvsp", forged},
+           {"Shared References.cvsp", bomb}, {"Deep.cvsp", "<plist version=\"1.0\">" + deep + "</plist>"},
+           {"Root Array.cvsp", bytes(platform::Array{Value(good)})}, {"Empty Dictionary.cvsp", bytes(Dictionary{})},
+           {"GUID Number.cvsp", changed(good, "CVSourceVolume", Value(42))},
+           {"Name Data.cvsp", changed(good, "CVsourceVolumeName", platform::Bytes::fromString("Backup"))},
+           {"No Target.cvsp", changed(session(guid(1), "Backup", std::nullopt, "Backup"), "x", std::nullopt)},
+           {"Version Text.cvsp", changed(session(kBad, "Backup", guid(1), "Backup"), "CVSessionSettingsVersion", Value("5"))},
+           {"Version Real.cvsp", changed(session(guid(1), "", guid(1), "Backup"), "CVSessionSettingsVersion", Value(5.5))}})
+    rawDocument(package, content);
   rawDocument("Huge.cvsp", "bplist00");
   std::filesystem::resize_file(host(kSettings + "/Huge.cvsp/Session Settings.cvss"), 50u << 20);
-  document("Root Array.cvsp", platform::Array{Value(good)});
-  document("Empty Dictionary.cvsp", Dictionary{});
-  auto guidNumber = session(std::nullopt, "Backup", guid(1), "Backup");
-  guidNumber["CVSourceVolume"] = 42;
-  document("GUID Number.cvsp", guidNumber);
-  auto nameData = session(guid(1), std::nullopt, guid(1), "Backup");
-  nameData["CVsourceVolumeName"] = platform::Bytes::fromString("Backup");
-  document("Name Data.cvsp", nameData);
-  document("No Target.cvsp", session(guid(1), "Backup", std::nullopt, "Backup"));
-  document("Version Text.cvsp", session(kBad, "Backup", guid(1), "Backup", Value("5")));
-  document("Version Real.cvsp", session(guid(1), "", guid(1), "Backup", Value(5.5)));
+  std::filesystem::create_directories(host(kSettings + "/Old.cvsp/QuickLook"));
+  std::filesystem::create_directories(host(kSettings + "/Folder.cvsp/Session Settings.cvss"));
+  std::ofstream(host(kSettings + "/File.cvsp")) << "a package that is a file";
+  std::filesystem::create_symlink("Loop.cvsp", host(kSettings + "/Loop.cvsp"));
+  std::filesystem::create_directories(host(kSettings + "/Socket.cvsp"));
+  auto here = std::filesystem::current_path();
+  std::filesystem::current_path(host(kSettings + "/Socket.cvsp"));  // a socket's path must be short
+  sockaddr_un address{AF_UNIX, "Session Settings.cvss"};
+  int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  ::close(fd);
+  std::filesystem::current_path(here);
 
-  auto result = run({"--settings-volumes"});
-  machine.expectGolden("read_failures.txt", result.out);
-  EXPECT_EQ(result.status, 0);
+  machine.expectGolden("read_failures.txt", run({"--settings-volumes"}).out);
 }
 
 TEST_F(SettingsMachine, WithoutASettingsFolderEveryNamedEntryIsAnOrphan) {
   registry({{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Photos", uuid('B', 2)}, {guid(3), std::nullopt, uuid('B', 3)}});
-  auto result = run({"--settings-volumes"});
-  machine.expectGolden("no_settings_folder.txt", result.out);
+  machine.expectGolden("no_settings_folder.txt", run({"--settings-volumes"}).out);
+}
+
+TEST_F(SettingsMachine, PruningRemovesTheOrphansOnceAndASecondRunFindsNone) {
+  // Photos was registered as "Old Name": the pair differs from the
+  // document's, so the entry is an orphan although the reference resolves.
+  registry({{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Old Name", uuid('B', 2)}, {guid(7), "Old", uuid('C', 7)},
+            {guid(11), std::nullopt, uuid('C', 11)}, {"no-uuid", "Old", uuid('C', 7)}});
+  document("Nightly.cvsp", session(guid(1), "Backup", guid(2), "Photos"));
+  const auto before = readFile(host(registrytest::kDomainPath));
+  run({"--prune-orphans"});
+  run({"--volume-registry", "--prune-orphans"});
+  EXPECT_EQ(readFile(host(registrytest::kDomainPath)), before);
+  machine.expectGolden("prune_first.txt", run({"--settings-volumes", "--prune-orphans"}).out);
+  EXPECT_EQ(domainSeenByPython(), guid(1) + " " + guid(11) + " no-uuid\n[('SUOtherKey', 'kept')]\n");
+  const auto after = readFile(host(registrytest::kDomainPath));
+  machine.expectGolden("prune_second.txt", run({"--settings-volumes", "--prune-orphans"}).out);
+  EXPECT_EQ(readFile(host(registrytest::kDomainPath)), after);
+  registry({{guid(1), "Backup", uuid('B', 1)}, {guid(7), "Old", uuid('C', 7)}});
+  run({"--all-diagnostics", "--prune-orphans"});
+  EXPECT_EQ(domainSeenByPython(), pruned + "]\n");
+}
+
+TEST_F(SettingsMachine, AKilledPruneLeavesTheOldOrTheNewRegistryAndEveryOtherKey) {
+  manyOrphans();
+  const auto original = readFile(host(registrytest::kDomainPath));
+  const auto oldView = domainSeenByPython();
+  auto started = std::chrono::steady_clock::now();
+  run({"--settings-volumes", "--prune-orphans"});
+  std::chrono::duration<double> runTime = std::chrono::steady_clock::now() - started;
+  ASSERT_EQ(domainSeenByPython(), pruned + "]\n");
+  // Most of a run comes before the write: the kills fall in its later part.
+  std::mt19937 random(std::random_device{}());
+  std::uniform_real_distribution<double> moment(runTime.count() / 3, runTime.count());
+  int killedBefore = 0;
+  for (int i = 0; i < 30; ++i) {
+    std::ofstream(host(registrytest::kDomainPath), std::ios::binary | std::ios::trunc) << original;
+    run({"-s", "KILL", std::to_string(moment(random)), CVDIAG_EXECUTABLE, "--settings-volumes", "--prune-orphans"},
+        "/usr/bin/timeout");
+    auto seen = domainSeenByPython();
+    EXPECT_TRUE(seen == oldView || seen == pruned + "]\n") << "kill " << i << ":\n" << seen;
+    killedBefore += seen == oldView;
+  }
+  std::cout << "killed before the write: " << killedBefore << " of 30\n";
+}
+
+TEST_F(SettingsMachine, AWriterThatTakesTheDomainLockLosesNothing) {
+  manyOrphans();
+  // Another application writing as documented: lock file, read, change its
+  // own key, write a temporary file, rename.
+  auto writer = std::thread([&] {
+    cvdiag_test::runProgram("/usr/bin/python3", {"-c",
+        "import fcntl,os,plistlib,sys,time\npath=sys.argv[1]\nfor n in range(150):\n"
+        "  with open(path+'.lock','a') as lock:\n    fcntl.flock(lock,fcntl.LOCK_EX)\n"
+        "    d=plistlib.load(open(path,'rb'))\n    d['Writer%03d'%n]=n\n"
+        "    with open(path+'.w','wb') as f: plistlib.dump(d,f,fmt=plistlib.FMT_BINARY); os.fsync(f.fileno())\n"
+        "    os.rename(path+'.w',path)\n  time.sleep(0.002)\n", host(registrytest::kDomainPath).string()});
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  run({"--settings-volumes", "--prune-orphans"});
+  writer.join();
+  std::string expected = pruned;
+  for (int n = 0; n < 150; ++n) expected += ", ('Writer" + std::string(n < 10 ? "00" : n < 100 ? "0" : "") +
+                                            std::to_string(n) + "', " + std::to_string(n) + ")";
+  EXPECT_EQ(domainSeenByPython(), expected + "]\n");
 }
