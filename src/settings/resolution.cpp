@@ -2,6 +2,9 @@
 
 #include <map>
 #include <mutex>
+#include <set>
+#include <unordered_map>
+#include <vector>
 
 #include "platform/platform.h"
 #include "platform/url_resources.h"
@@ -84,32 +87,65 @@ std::string VolumeReferenceResolvable::description() const {
          (volume ? volume->description() : std::string()) + "\n\tMedia UUID: " + mediaUUID;
 }
 
-VolumeReferenceSet knownVolumeReferences(const CVDiskManager& manager) {
-  VolumeReferenceSet known;
-  for (const auto& [key, blob] : manager.map()) {
-    if (auto reference = SettingsVolumeReference::make(platform::UUID::fromString(key), bookmarkVolumeName(blob)))
-      known.insert(*reference);
+namespace {
+
+// The references of one registry map, with the GUIDs they hold and their
+// members by compared name.
+struct KnownReferences {
+  CVDiskVolumeMap map;
+  VolumeReferenceSet set;
+  std::set<platform::UUID> guids;
+  std::unordered_map<std::string, std::vector<SettingsVolumeReference>> byName;
+};
+
+bool sameEntries(const CVDiskVolumeMap& a, const CVDiskVolumeMap& b) {
+  if (a.size() != b.size()) return false;
+  for (auto i = a.begin(), j = b.begin(); i != a.end(); ++i, ++j) {
+    if (i->first != j->first || i->second.data() != j->second.data() || i->second.size() != j->second.size())
+      return false;
   }
+  return true;
+}
+
+// Made anew from each read of the registry; kept while the registry read
+// holds the same entries with the same blobs, as it does from one lookup to
+// the next unless someone writes.
+std::shared_ptr<const KnownReferences> knownReferences(const CVDiskManager& manager) {
+  static std::mutex mutex;
+  static std::shared_ptr<const KnownReferences> last;
+  auto map = manager.map();
+  {
+    std::lock_guard lock(mutex);
+    if (last && sameEntries(last->map, map)) return last;
+  }
+  auto known = std::make_shared<KnownReferences>();
+  for (const auto& [key, blob] : map) {
+    auto reference = SettingsVolumeReference::make(platform::UUID::fromString(key), bookmarkVolumeName(blob));
+    if (!reference || !known->set.insert(*reference)) continue;
+    known->guids.insert(reference->guid());
+    known->byName[reference->comparedName()].push_back(*reference);
+  }
+  known->map = std::move(map);
+  std::lock_guard lock(mutex);
+  last = known;
   return known;
 }
+
+}  // namespace
+
+VolumeReferenceSet knownVolumeReferences(const CVDiskManager& manager) { return knownReferences(manager)->set; }
 
 std::pair<CVDiskVolumeRef, Resolution> resolve(const SettingsVolumeReference& reference, const CVDiskManager& manager) {
   auto volume = manager.volumeForGUID(reference.guid());
   if (volume && namesAreEquivalent(volume->name(), reference.name()))
     return {volume, Resolution::knownVolumeMatchesIdentity};
-
-  bool guidIsKnown = false;
-  for (const auto& known : knownVolumeReferences(manager)) {
-    if (known.guid() == reference.guid()) {
-      guidIsKnown = true;
-      break;
+  if (!knownReferences(manager)->guids.contains(reference.guid())) return {volume, Resolution::unknownVolumeGUID};
+  // Anew: the registry may have changed since the test above.
+  auto known = knownReferences(manager);
+  if (auto named = known->byName.find(reference.comparedName()); named != known->byName.end()) {
+    for (const auto& member : named->second) {
+      if (auto found = manager.volumeForGUID(member.guid())) return {found, Resolution::knownVolumeMatchesName};
     }
-  }
-  if (!guidIsKnown) return {volume, Resolution::unknownVolumeGUID};
-
-  for (const auto& known : knownVolumeReferences(manager)) {
-    if (known.comparedName() != reference.comparedName()) continue;
-    if (auto found = manager.volumeForGUID(known.guid())) return {found, Resolution::knownVolumeMatchesName};
   }
   return {nullptr, Resolution::unresolvable};
 }
