@@ -6,7 +6,7 @@ volumes each, all but one per disk mounted), a registry of 4,096 entries and
 1,024 settings documents. The documents refer to 1,096 of the entries (most
 by their own name, some by an old name, a few by GUIDs the registry doesn't
 hold), so every group of the report has members; the other 3,000 entries are
-orphans. Each run gets a fresh copy of the registry file, and reports its wall
+orphans (and so are the few referenced only under an old name). Each run gets a fresh copy of the registry file, and reports its wall
 time and peak resident memory; the pruning run also checks that the file
 afterwards holds exactly the referenced entries.
 
@@ -81,13 +81,14 @@ def write_machine(folder):
     with open(folder + DOMAIN, "wb") as out:
         plistlib.dump({"CVDiskKnownVolumes": entries, "SUEnableAutomaticChecks": True}, out, fmt=plistlib.FMT_BINARY)
 
-    files = {}
+    files, used = {}, set()
     for d in range(DOCUMENTS):
         source, target = referenced[d], referenced[(d + DOCUMENTS) % len(referenced)]
         source_name = source[1] if d % 16 else "Old " + source[1]       # no entry of that name: unresolvable
         target_guid = target[0] if d % 64 else new_uuid(rng)            # a GUID from another Mac
         settings = {"CVSourceVolume": source[0], "CVsourceVolumeName": source_name,
                     "CVTargetVolume": target_guid, "CVtargetVolumeName": target[1], "CVSessionSettingsVersion": 5}
+        used |= {(source[0], source_name), (target_guid, target[1])}
         package = SETTINGS + "/%s/Session %04d.cvsp" % ("Group %02d" % (d % 32), d)
         os.makedirs(folder + package)
         with open(folder + package + "/Session Settings.cvss", "wb") as out:
@@ -96,7 +97,7 @@ def write_machine(folder):
                                                      "modified": {"$date": "2026-01-01T00:00:00Z"}}
     with open(os.path.join(folder, "machine.json"), "w") as out:
         json.dump({"home": HOME, "media": media, "files": files}, out)
-    return sorted(key for key, _ in referenced)
+    return sorted(key for key, name in referenced if (key, name) in used)
 
 
 def run(executable, folder, flags):
