@@ -79,6 +79,8 @@ CVDiskManager::CVDiskManager(Passkey)
 
 CVDiskManager::~CVDiskManager() {
   unregisterCallbacks();
+  // Deliveries already queued still reach this manager; let them run first.
+  if (!daQueue_.isCurrent()) daQueue_.sync([] {});
   waitForPendingSaves();
 }
 
@@ -150,20 +152,22 @@ void CVDiskManager::setMap(CVDiskVolumeMap newMap) {
     map_ = std::move(newMap);
     // A save that is queued and not started yet will write this map too.
     queueSave = !saveQueued_;
+    if (queueSave) pendingSaves_.enter();
     saveQueued_ = true;
   });
   if (queueSave) {
     serialMapQueue_.async([this] {
       saveQueued_ = false;
       saveMap();
+      pendingSaves_.leave();
     });
   }
 }
 
 void CVDiskManager::waitForPendingSaves() const {
-  // Work queued on the serial queue runs in order, so an empty item that
-  // has run means every earlier save has too.
-  if (!serialMapQueue_.isCurrent()) serialMapQueue_.sync([] {});
+  // A wait on the group, not on the queue: this also runs in the exit
+  // handler, after the main thread's dispatch state is gone.
+  pendingSaves_.wait();
 }
 
 void CVDiskManager::saveMap() {

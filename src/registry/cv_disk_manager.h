@@ -201,4 +201,6 @@ class CVDiskManager {
 
   // Whether a save is queued and not started yet; touched on serialMapQueue.
   bool saveQueued_ = false;
+  // Entered for each queued save, left when it has been written.
+  platform::DispatchGroup pendingSaves_;
 };

@@ -79,16 +79,6 @@ VolumeUUIDIndex indexVolumeUUIDs(const DecodedEntries& entries) {
   return index;
 }
 
-// The GUIDs of the entries that carry the UUID at `position`: one pass over
-// all entries, comparing numbers.
-std::vector<std::string> guidsCarrying(const DecodedEntries& entries, const VolumeUUIDIndex& index, long position) {
-  std::vector<std::string> result;
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    if (index.ofEntry[i] == position) result.push_back(entries[i].first);
-  }
-  return result;
-}
-
 }  // namespace
 
 std::string CVDiskManager::guidMapDump() const {
@@ -146,27 +136,46 @@ std::vector<std::string> CVDiskManager::guidsForVolumeUUIDString(std::string_vie
   return result;
 }
 
-std::map<std::string, std::vector<std::string>> CVDiskManager::duplicateVolumeEntries() const {
-  // Quadratic by design: every distinct UUID is compared with every entry,
-  // but each bookmark is decoded only once.
-  auto entries = decode(map());
+namespace {
+
+// Volume UUID to the positions of its entries, for UUIDs with more than one.
+// Quadratic by design: every distinct UUID is compared with every entry, but
+// each bookmark is decoded only once and the comparisons are of numbers.
+std::map<std::string, std::vector<std::size_t>> duplicatePositions(const DecodedEntries& entries) {
   auto index = indexVolumeUUIDs(entries);
-  std::map<std::string, std::vector<std::string>> result;
+  std::map<std::string, std::vector<std::size_t>> result;
   for (std::size_t position = 0; position < index.distinct.size(); ++position) {
-    auto guids = guidsCarrying(entries, index, static_cast<long>(position));
-    if (guids.size() > 1) result.emplace(index.distinct[position], std::move(guids));
+    std::vector<std::size_t> carrying;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      if (index.ofEntry[i] == static_cast<long>(position)) carrying.push_back(i);
+    }
+    if (carrying.size() > 1) result.emplace(index.distinct[position], std::move(carrying));
+  }
+  return result;
+}
+
+}  // namespace
+
+std::map<std::string, std::vector<std::string>> CVDiskManager::duplicateVolumeEntries() const {
+  auto entries = decode(map());
+  std::map<std::string, std::vector<std::string>> result;
+  for (const auto& [uuid, positions] : duplicatePositions(entries)) {
+    auto& guids = result[uuid];
+    for (auto i : positions) guids.push_back(entries[i].first);
   }
   return result;
 }
 
 std::optional<std::string> CVDiskManager::duplicatesDump() const {
-  auto duplicates = duplicateVolumeEntries();
+  auto entries = decode(map());
+  auto duplicates = duplicatePositions(entries);
   if (duplicates.empty()) return "No duplicate GUID entries found\n";
   std::string text = "Duplicate entries found for volume(s):\n";
-  for (const auto& [uuid, guids] : duplicates) {
-    auto name = volumeName(guids.front());
+  for (const auto& [uuid, positions] : duplicates) {
+    // The name the first GUID's bookmark remembers.
+    auto name = entries[positions.front()].second.volumeName();
     text += "  Volume " + uuid + " \u201C" + name.value_or("no name") + "\u201D is associated with more than one GUID. " +
-            std::to_string(guids.size()) + " entries found.\n";
+            std::to_string(positions.size()) + " entries found.\n";
   }
   return text;
 }

@@ -1,19 +1,78 @@
-// The registry store, registration and lookup, and the dumps, on machine
-// folders with a registry domain written for each case.
+// The registry store, registration and lookup, the dumps and the two report
+// sections, on the catalogue machine (a boot group, a backup disk, a stick,
+// an unmounted recovery volume) with a registry domain written for each case.
+#include <filesystem>
+#include <fstream>
+#include <regex>
 #include <sstream>
 #include <thread>
 
 #include "app/sections.h"
+#include "platform/platform.h"
 #include "registry/cv_disk_manager.h"
-#include "registry_fixture.h"
 #include "support/machine_builder.h"
 #include "support/run_cvdiag.h"
 #include "volumes/cv_disk_volume.h"
+#include "volumes/volume_golden_support.h"
 
-using namespace registrytest;
 using platform::Bytes;
 
 namespace {
+
+const std::string kDomainPath = "/Users/ada/Library/Preferences/com.tamarlin.Corvane.plist";
+const std::string kBackupUUID = "6C1D3C57-9E54-4A6B-8D37-2C0E1F7B5A10";     // disk4s2, mounted
+const std::string kRecoveryUUID = "3E2D3C4B-5A69-4788-97A6-B5C4D3E2F103";   // disk3s3, not mounted
+const std::string kDataUUID = "5E2D3C4B-5A69-4788-97A6-B5C4D3E2F105";       // disk3s5, the boot group's
+
+// A bookmark blob made by the platform, holding exactly the given values.
+platform::Bytes blob(const platform::Dictionary& values) {
+  std::vector<std::string> keys;
+  for (const auto& [key, value] : values) keys.push_back(key);
+  return *platform::current().bookmarks->bookmarkData(platform::URL::fileURLWithPath("/Volumes/X", true), 0x400,
+                                                      keys, values);
+}
+platform::Bytes blob(const std::string& name, const std::string& uuid, bool ejectable = false) {
+  return blob({{"NSURLVolumeNameKey", name}, {"NSURLVolumeUUIDStringKey", uuid},
+               {"NSURLVolumeIsEjectableKey", ejectable}});
+}
+
+std::string readFile(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+// The dump's hash column changes from run to run.
+std::string withoutHashes(const std::string& text) {
+  return std::regex_replace(text, std::regex(" [0-9A-F]+ ([0-9]+ bytes)\n"), " <hash> $1\n");
+}
+
+class CVDiskManagerTest : public ::testing::Test {
+ protected:
+  void SetUp() override { machine.install(); }
+
+  // Writes Corvane's domain with this registry beside one other key.
+  void writeRegistry(const CVDiskVolumeMap& entries) {
+    platform::Dictionary stored;
+    for (const auto& [guid, data] : entries) stored.emplace(guid, data);
+    auto domain = platform::current().userDefaults->initWithSuiteName("com.tamarlin.Corvane");
+    ASSERT_TRUE(domain->setObject(std::string("kept"), "SUOtherKey"));
+    ASSERT_TRUE(domain->setObject(stored, "CVDiskKnownVolumes"));
+  }
+  std::filesystem::path host(const std::string& macPath) const { return machine.folder() / macPath.substr(1); }
+  cvdiag_test::RunResult run(const std::vector<std::string>& flags) {
+    return cvdiag_test::runCVDiag(flags, {{"CVDIAG_MACHINE", machine.folder().string()}});
+  }
+  // Compared whole; CVDIAG_UPDATE_GOLDENS=1 writes the file, to be checked by hand.
+  void expectGolden(const std::string& name, const std::string& actual) const {
+    auto path = std::filesystem::path(CVDIAG_SOURCE_DIR) / "tests/registry/expected" / name;
+    if (const char* update = std::getenv("CVDIAG_UPDATE_GOLDENS"); update && std::string(update) == "1") {
+      std::ofstream(path, std::ios::binary) << actual;
+    }
+    EXPECT_EQ(actual, readFile(path));
+  }
+
+  volumetest::CopiedMachine machine{"volumes_catalogue"};
+};
 
 std::string domainText(const std::string& registryValue) {
   return "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>Other</key><string>kept</string>" +
@@ -62,8 +121,6 @@ TEST(CVDiskManagerStoreTest, AWrongShapedValueIsReplacedWholeAndOtherKeysStay) {
     }
   }
 }
-
-class CVDiskManagerTest : public RegistryMachine {};
 
 TEST_F(CVDiskManagerTest, RegistersANewVolumeAndASystemVolumeByItsDataVolume) {
   // The mounted file systems tell their name and volume UUID, as on a Mac.
@@ -186,4 +243,42 @@ TEST_F(CVDiskManagerTest, QueuedSavesLeaveTheLastMapOnDisk) {
   ASSERT_TRUE(stored);
   EXPECT_EQ(stored->size(), 1u);
   EXPECT_EQ(stored->begin()->first, "GUID-199");
+}
+
+TEST_F(CVDiskManagerTest, IdentityAndANewBookmarkOfALiveVolume) {
+  auto guid = *platform::UUID::fromString("10000000-0000-4000-8000-000000000001");
+  auto backup = Identity::make(guid, *CVDiskVolume::initWithBsdName("disk4s2"));
+  EXPECT_EQ(backup->debugDescription(), "Identity (guid, uuid, muid) = (" + guid.uuidString() + ", " + kBackupUUID +
+                                            ", 0B0A4F32-51C2-4D0E-9E0C-3B8A3C2D1E4F): Name = Backup, UUID = " + kBackupUUID);
+  EXPECT_EQ(*backup, Identity("Backup", guid, backup->uuid(), backup->muid(), "Backup"));
+  EXPECT_FALSE(*backup == Identity("Backup", guid, backup->uuid(), backup->muid(), std::nullopt));
+  EXPECT_EQ(Identity("", guid, {}, {}, {}).description(), "Identity (guid, uuid, muid) = (" + guid.uuidString() + ", , )");
+
+  auto root = VolumeBookmark::initWithVolume(*CVDiskVolume::initWithBsdName("disk3s1s1"));
+  ASSERT_TRUE(root);
+  EXPECT_EQ(root->url()->absoluteString(), "file:///Volumes/Macintosh%20HD/");
+  EXPECT_EQ(root->description(), "  volumeName:            \n  volumeLocalizedName:   Macintosh HD\n"
+                                 "  volumeUUIDString:      \n  volumeRealUUIDString:  1E2D3C4B-5A69-4788-97A6-B5C4D3E2F1AA\n"
+                                 "  volumeMediaUUIDString: \n  volumeGroupUUIDString: D1C3B4A5-0F6E-4D2C-9B8A-7E6F5D4C3B2A");
+  EXPECT_EQ(VolumeBookmark::initWithData(root->bookmark())->volumeRealUUIDString(), std::nullopt);
+}
+
+TEST_F(CVDiskManagerTest, ReportPrintsBothSectionsAndNeverWritesTheFile) {
+  const std::string offsite = "21111111-2222-4333-8444-555555555555";
+  writeRegistry({{"30000000-0000-4000-8000-000000000001", blob("Offsite", offsite, true)},
+                 {"30000000-0000-4000-8000-000000000002", blob("Offsite", offsite, true)},
+                 {"10000000-0000-4000-8000-000000000001", blob("Backup", kBackupUUID, true)}});
+  const auto bytes = readFile(host(kDomainPath));
+  const auto modified = std::filesystem::last_write_time(host(kDomainPath));
+  auto result = run({"--duplicate-volume-entries", "--volume-registry"});
+  expectGolden("report.txt", withoutHashes(result.out));
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(readFile(host(kDomainPath)), bytes);
+  EXPECT_EQ(std::filesystem::last_write_time(host(kDomainPath)), modified);
+}
+
+TEST_F(CVDiskManagerTest, ReportOnADomainThatDoesNotExistReadsAsEmpty) {
+  auto result = run({"--volume-registry", "--duplicate-volume-entries"});
+  expectGolden("empty.txt", result.out);
+  EXPECT_FALSE(std::filesystem::exists(host(kDomainPath)));
 }

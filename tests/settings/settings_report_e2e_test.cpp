@@ -2,25 +2,30 @@
 // each case's documents and registry: golden reports, the file read back by python.
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <random>
 #include <thread>
 
 #include <nlohmann/json.hpp>
 
-#include "../registry/registry_fixture.h"
+#include "platform/platform.h"
 #include "settings/settings_reference.h"
 #include "support/run_cvdiag.h"
+#include "volumes/volume_golden_support.h"
 
 using platform::Dictionary;
 using platform::Value;
-using registrytest::readFile;
 
 namespace {
 
 const std::string kSettings = "/Users/ada/Library/Application Support/Corvane!";
 const std::string kBad = "not-a-guid";
+const std::string kDomain = "/Users/ada/Library/Preferences/com.tamarlin.Corvane.plist";
+
+std::string readFile(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
 
 // "A…-<n>" registry GUIDs; "B…-<n>" volume UUIDs of the machine (1 Backup,
 // 2 Photos, 3 Archive, 4 Projects, 5 Café); "C…" UUIDs of no attached volume.
@@ -66,8 +71,10 @@ class SettingsMachine : public ::testing::Test {
     Dictionary stored;
     for (const auto& [key, name, volumeUUID] : entries) {
       Dictionary values{{"NSURLVolumeUUIDStringKey", volumeUUID}};
-      if (name) values["NSURLVolumeNameKey"] = *name;
-      stored.emplace(key, registrytest::blob(values));
+      std::vector<std::string> keys{"NSURLVolumeUUIDStringKey"};
+      if (name) values["NSURLVolumeNameKey"] = *name, keys.push_back("NSURLVolumeNameKey");
+      stored.emplace(key, *platform::current().bookmarks->bookmarkData(platform::URL::fileURLWithPath("/Volumes/X", true),
+                                                                        0x400, keys, values));
     }
     auto domain = platform::current().userDefaults->initWithSuiteName("com.tamarlin.Corvane");
     ASSERT_TRUE(domain->setObject(std::string("kept"), "SUOtherKey") && domain->setObject(stored, "CVDiskKnownVolumes"));
@@ -78,8 +85,7 @@ class SettingsMachine : public ::testing::Test {
     auto json = nlohmann::json::parse(readFile(machine.folder() / "machine.json"));
     for (const auto& path : documents)
       if (!json["files"].contains(path))
-        json["files"][path] = {{"created", {{"$date", "2025-03-01T09:30:00Z"}}},
-                               {"modified", {{"$date", "2026-11-20T18:45:10Z"}}}};
+        json["files"][path] = {{"created", {{"$date", "2025-03-01T09:30:00Z"}}}, {"modified", {{"$date", "2026-11-20T18:45:10Z"}}}};
     std::ofstream(machine.folder() / "machine.json") << json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
     return cvdiag_test::runProgram(program, flags, {{"CVDIAG_MACHINE", machine.folder().string()}});
   }
@@ -88,7 +94,7 @@ class SettingsMachine : public ::testing::Test {
   std::string domainSeenByPython() const {
     auto script = "import plistlib,sys\nd=plistlib.load(open(sys.argv[1],'rb'))\n"
                   "print(' '.join(sorted(d.pop('CVDiskKnownVolumes'))))\nprint(sorted(d.items()))\n";
-    return cvdiag_test::runProgram("/usr/bin/python3", {"-c", script, host(registrytest::kDomainPath).string()}).out;
+    return cvdiag_test::runProgram("/usr/bin/python3", {"-c", script, host(kDomain).string()}).out;
   }
 
   // Backup, referred to, and 3,000 orphans of disks that are not attached.
@@ -161,8 +167,7 @@ TEST_F(SettingsMachine, EveryReadFailureIsToldInItsWordsAndTheRestIsRead) {
   registry({{guid(1), "Backup", uuid('B', 1)}});
   auto good = session(guid(1), "Backup", kBad, "");
   auto binary = bytes(good, platform::PropertyListFormat::Binary);
-  auto forged = binary;
-  forged.replace(forged.size() - 8, 8, "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xF0");  // offset table far beyond the end
+  auto forged = binary.substr(0, binary.size() - 8) + "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xF0";  // offset table far beyond the end
   std::string deep;
   for (int i = 0; i < 10000; ++i) deep = "<array>" + deep + "</array>";
   auto changed = [&](Dictionary d, const char* key, Value value) { return d[key] = value, bytes(d); };
@@ -185,9 +190,8 @@ TEST_F(SettingsMachine, EveryReadFailureIsToldInItsWordsAndTheRestIsRead) {
     std::filesystem::create_directories(host(kSettings + folder));
   std::ofstream(host(kSettings + "/File.cvsp")) << "a package that is a file";
   std::filesystem::create_symlink("Loop.cvsp", host(kSettings + "/Loop.cvsp"));
-  rawDocument("Socket.cvsp", "");  // made a socket: there, and no file that can be read
   auto socketPath = host(kSettings + "/Socket.cvsp/Session Settings.cvss"), here = std::filesystem::current_path();
-  std::filesystem::remove(socketPath);
+  std::filesystem::create_directories(socketPath.parent_path());  // a socket: there, and no file that can be read
   std::filesystem::current_path(socketPath.parent_path());  // a socket's path must be short
   sockaddr_un address{AF_UNIX, "Session Settings.cvss"};
   EXPECT_EQ(::bind(::socket(AF_UNIX, SOCK_STREAM, 0), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
@@ -201,14 +205,14 @@ TEST_F(SettingsMachine, PruningRemovesTheOrphansOnceAndASecondRunFindsNone) {
   registry({{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Old Name", uuid('B', 2)}, {guid(7), "Old", uuid('C', 7)},
             {guid(11), std::nullopt, uuid('C', 11)}, {"no-uuid", "Old", uuid('C', 7)}});
   document("Nightly.cvsp", session(guid(1), "Backup", guid(2), "Photos"));
-  const auto before = readFile(host(registrytest::kDomainPath));
+  const auto before = readFile(host(kDomain));
   run({"--volume-registry", "--prune-orphans"});
-  EXPECT_EQ(readFile(host(registrytest::kDomainPath)), before);
+  EXPECT_EQ(readFile(host(kDomain)), before);
   machine.expectGolden("prune_first.txt", run({"--settings-volumes", "--prune-orphans"}).out);
   EXPECT_EQ(domainSeenByPython(), guid(1) + " " + guid(11) + " no-uuid\n[('SUOtherKey', 'kept')]\n");
-  const auto after = readFile(host(registrytest::kDomainPath));
+  const auto after = readFile(host(kDomain));
   machine.expectGolden("prune_second.txt", run({"--settings-volumes", "--prune-orphans"}).out);
-  EXPECT_EQ(readFile(host(registrytest::kDomainPath)), after);
+  EXPECT_EQ(readFile(host(kDomain)), after);
   registry({{guid(1), "Backup", uuid('B', 1)}, {guid(7), "Old", uuid('C', 7)}});
   run({"--all-diagnostics", "--prune-orphans"});
   EXPECT_EQ(domainSeenByPython(), pruned + "]\n");
@@ -216,7 +220,7 @@ TEST_F(SettingsMachine, PruningRemovesTheOrphansOnceAndASecondRunFindsNone) {
 
 TEST_F(SettingsMachine, AKilledPruneLeavesTheOldOrTheNewRegistryAndEveryOtherKey) {
   manyOrphans();
-  const auto original = readFile(host(registrytest::kDomainPath));
+  const auto original = readFile(host(kDomain));
   const auto oldView = domainSeenByPython();
   auto started = std::chrono::steady_clock::now();
   run({"--settings-volumes", "--prune-orphans"});
@@ -226,7 +230,7 @@ TEST_F(SettingsMachine, AKilledPruneLeavesTheOldOrTheNewRegistryAndEveryOtherKey
   std::mt19937 random(std::random_device{}());
   std::uniform_real_distribution<double> moment(runTime.count() / 3, runTime.count());
   for (int i = 0; i < 30; ++i) {
-    std::ofstream(host(registrytest::kDomainPath), std::ios::binary | std::ios::trunc) << original;
+    std::ofstream(host(kDomain), std::ios::binary | std::ios::trunc) << original;
     run({"-s", "KILL", std::to_string(moment(random)), CVDIAG_EXECUTABLE, "--settings-volumes", "--prune-orphans"},
         "/usr/bin/timeout");
     auto seen = domainSeenByPython();
@@ -239,18 +243,17 @@ TEST_F(SettingsMachine, AWriterThatTakesTheDomainLockLosesNothing) {
   // Another application writing as documented: lock, read, change its key, write aside, rename.
   auto writer = std::thread([&] {
     cvdiag_test::runProgram("/usr/bin/python3", {"-c",
-        "import fcntl,os,plistlib,sys,time\npath=sys.argv[1]\nfor n in range(150):\n"
+        "import fcntl,os,plistlib,sys,time\npath=sys.argv[1]\nfor n in range(100,250):\n"
         "  with open(path+'.lock','a') as lock:\n    fcntl.flock(lock,fcntl.LOCK_EX)\n"
-        "    d=plistlib.load(open(path,'rb'))\n    d['Writer%03d'%n]=n\n"
+        "    d=plistlib.load(open(path,'rb'))\n    d['Writer%d'%n]=n\n"
         "    with open(path+'.w','wb') as f: plistlib.dump(d,f,fmt=plistlib.FMT_BINARY); os.fsync(f.fileno())\n"
-        "    os.rename(path+'.w',path)\n  time.sleep(0.002)\n", host(registrytest::kDomainPath).string()});
+        "    os.rename(path+'.w',path)\n  time.sleep(0.002)\n", host(kDomain).string()});
   });
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   run({"--settings-volumes", "--prune-orphans"});
   writer.join();
   std::string expected = pruned;
-  for (int n = 0; n < 150; ++n) expected += ", ('Writer" + std::string(n < 10 ? "00" : n < 100 ? "0" : "") +
-                                            std::to_string(n) + "', " + std::to_string(n) + ")";
+  for (int n = 100; n < 250; ++n) expected += ", ('Writer" + std::to_string(n) + "', " + std::to_string(n) + ")";
   EXPECT_EQ(domainSeenByPython(), expected + "]\n");
 }
 
