@@ -23,8 +23,7 @@ const std::string kBad = "not-a-guid";
 const std::string kDomain = "/Users/ada/Library/Preferences/com.tamarlin.Corvane.plist";
 
 std::string readFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  return {std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {}};
 }
 
 // "A…-<n>" registry GUIDs; "B…-<n>" volume UUIDs of the machine (1 Backup,
@@ -47,8 +46,7 @@ Dictionary session(std::optional<std::string> source, std::optional<std::string>
   return d;
 }
 
-// (GUID key, remembered name or nothing, volume UUID)
-using Entry = std::tuple<std::string, std::optional<std::string>, std::string>;
+using Entry = std::tuple<std::string, std::optional<std::string>, std::string>;  // GUID key, remembered name, volume UUID
 
 class SettingsMachine : public ::testing::Test {
  protected:
