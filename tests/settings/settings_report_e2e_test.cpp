@@ -3,15 +3,17 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <fstream>
 #include <random>
 #include <thread>
 
 #include <nlohmann/json.hpp>
+#include <gtest/gtest.h>
 
 #include "platform/platform.h"
 #include "settings/settings_reference.h"
 #include "support/run_cvdiag.h"
-#include "volumes/volume_golden_support.h"
+#include "support/machine_builder.h"
 
 using platform::Dictionary;
 using platform::Value;
@@ -104,7 +106,7 @@ class SettingsMachine : public ::testing::Test {
   }
   const std::string pruned = guid(1) + "\n[('SUOtherKey', 'kept')";
 
-  volumetest::CopiedMachine machine{"settings"};
+  testsupport::MachineBuilder machine{"settings"};
   std::vector<std::string> documents;
 };
 
