@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <regex>
 #include <stdexcept>
 
 extern char** environ;
@@ -104,6 +105,22 @@ RunResult runProgram(const std::string& executable, const std::vector<std::strin
 
 RunResult runCVDiag(const std::vector<std::string>& arguments, const std::map<std::string, std::string>& environment) {
   return runProgram(CVDIAG_EXECUTABLE, arguments, environment);
+}
+
+std::string withoutVolatileParts(const std::string& report) {
+  static const std::regex revision(R"(^(Corvane Diagnostics version: [0-9.]+ \([0-9]+-)[^)]*\))");
+  static const std::regex dumpRow(
+      R"(^([0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12} .* (?:YES|NO) +)[0-9A-F]+( .*)$)");
+  const std::string masked = std::regex_replace(report, revision, "$1<rev>)");
+  std::string out;
+  for (std::size_t start = 0; start < masked.size();) {
+    std::size_t end = masked.find('\n', start);
+    if (end == std::string::npos) end = masked.size();
+    out += std::regex_replace(masked.substr(start, end - start), dumpRow, "$1<hash>$2");
+    if (end < masked.size()) out += '\n';
+    start = end + 1;
+  }
+  return out;
 }
 
 }  // namespace cvdiag_test

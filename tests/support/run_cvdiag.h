@@ -22,6 +22,11 @@ struct RunResult {
 RunResult runCVDiag(const std::vector<std::string>& arguments,
                     const std::map<std::string, std::string>& environment = {});
 
+// A report with what changes from run to run masked: the source revision of
+// the version line becomes "<rev>", and the hash column of the registry dump
+// "<hash>" (a blob's hash is seeded per process).
+std::string withoutVolatileParts(const std::string& report);
+
 // The same for any executable.
 RunResult runProgram(const std::string& executable, const std::vector<std::string>& arguments,
                      const std::map<std::string, std::string>& environment = {});
