@@ -3,7 +3,6 @@
 // an unmounted recovery volume) with a registry domain written for each case.
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <thread>
 
@@ -42,10 +41,6 @@ std::string readFile(const std::filesystem::path& path) {
   return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
 
-// The dump's hash column changes from run to run.
-std::string withoutHashes(const std::string& text) {
-  return std::regex_replace(text, std::regex(" [0-9A-F]+ ([0-9]+ bytes)\n"), " <hash> $1\n");
-}
 
 class CVDiskManagerTest : public ::testing::Test {
  protected:
@@ -218,7 +213,7 @@ TEST_F(CVDiskManagerTest, DumpsWidthsNamesAndDuplicates) {
                  {"30000000-0000-4000-8000-000000000002", blob("Offsite", offsite)},
                  {"30000000-0000-4000-8000-000000000003", blob("Offsite", offsite)}});
   auto manager = CVDiskManager::create();
-  expectGolden("dump.txt", withoutHashes(manager->guidMapDump()) + *manager->duplicatesDump());
+  expectGolden("dump.txt", cvdiag_test::withoutVolatileParts(manager->guidMapDump()) + *manager->duplicatesDump());
 }
 
 TEST_F(CVDiskManagerTest, ListsTheLocalDisksTheRegistryKnowsWithoutRegistering) {
@@ -272,7 +267,7 @@ TEST_F(CVDiskManagerTest, ReportPrintsBothSectionsAndNeverWritesTheFile) {
   const auto bytes = readFile(host(kDomainPath));
   const auto modified = std::filesystem::last_write_time(host(kDomainPath));
   auto result = run({"--duplicate-volume-entries", "--volume-registry"});
-  expectGolden("report.txt", withoutHashes(result.out));
+  expectGolden("report.txt", cvdiag_test::withoutVolatileParts(result.out));
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(readFile(host(kDomainPath)), bytes);
   EXPECT_EQ(std::filesystem::last_write_time(host(kDomainPath)), modified);
