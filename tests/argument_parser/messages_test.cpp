@@ -8,10 +8,6 @@
 namespace apt {
 namespace {
 
-const char* repeatUsage =
-    "Usage: repeat [--count <count>] [--include-counter] <phrase>\n"
-    "  See 'repeat --help' for more information.\n";
-
 void expectValidationFailure(const Outcome& outcome, const std::string& err) {
   EXPECT_EQ(outcome.out, "");
   EXPECT_EQ(outcome.err, err);
@@ -19,32 +15,12 @@ void expectValidationFailure(const Outcome& outcome, const std::string& err) {
   EXPECT_EQ(outcome.status, 64);
 }
 
+// Each fault of the input has its own words and the short usage. A missing
+// required argument is found before an unknown option; a near name is
+// suggested, the nearest winning over an earlier, farther one; four edits are
+// too many.
 TEST(ErrorMessages, EachFaultOfTheInputHasItsOwnWordsAndTheShortUsage) {
-  const std::string phraseHelp = "Help:  <phrase>  The phrase to repeat.\n";
-  const std::string countHelp = "Help:  --count <count>  How many times to repeat.\n";
-  const struct {
-    std::vector<std::string> arguments;
-    std::string message;
-  } cases[] = {
-      {{"x", "--bad"}, "Unknown option '--bad'\n"},
-      // A required argument that is missing is found before the unknown option.
-      {{"--bad"}, "Missing expected argument '<phrase>'\n" + phraseHelp},
-      // With some input a missing argument has the short usage.
-      {{"--include-counter"}, "Missing expected argument '<phrase>'\n" + phraseHelp},
-      {{"x", "--countt", "2"}, "Unknown option '--countt'. Did you mean '--count'?\n"},
-      // The nearest name wins over an earlier, farther one.
-      {{"x", "--include-countr"}, "Unknown option '--include-countr'. Did you mean '--include-counter'?\n"},
-      // Four edits are too many.
-      {{"x", "--cxxxx"}, "Unknown option '--cxxxx'\n"},
-      {{"x", "--count"}, "Missing value for '--count <count>'\n" + countHelp},
-      {{"x", "--count", "two"}, "The value 'two' is invalid for '--count <count>'\n" + countHelp},
-      {{"a", "b"}, "Unexpected argument 'b'\n"},
-      {{"x", "-=x"}, "Invalid option: -=x\n"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.arguments.back());
-    expectValidationFailure(runMain<Repeat>(c.arguments), "Error: " + c.message + repeatUsage);
-  }
+  expectRefusals<Repeat>("repeat-errors.transcript");
 }
 
 TEST(ErrorMessages, NoArgumentsPrintsTheWholeHelp) {
@@ -70,27 +46,7 @@ struct Exclusive : ParsableCommand {
 };
 
 TEST(ErrorMessages, ExclusiveFlagsValueListsAndTheErrorLabel) {
-  const std::string usage =
-      "Usage: ex [-v ...] [--strict] [--no-strict] [--speed <speed>] [-t <t> ...] --flag\n"
-      "  See 'ex --help' for more information.\n";
-  const struct {
-    std::vector<std::string> arguments;
-    std::string message;
-  } cases[] = {
-      {{"--flag", "--strict", "--no-strict"},
-       "Value to be set with flag '--no-strict' had already been set with flag '--strict'\n"},
-      {{"--flag", "--no-strict", "-vs"},
-       "Value to be set with flag 's' in '-vs' had already been set with flag '--no-strict'\n"},
-      {{"--flag", "--speed", "warp"},
-       "The value 'warp' is invalid for '--speed <speed>'. Please provide one of 'slow' and 'fast'.\n"
-       "Help:  --speed <speed>  How fast.\n"},
-      {{"-t"}, "Missing value for '-t <t>'\nHelp:  -t <t>  \n"},
-      {{"-v"}, "Missing expected argument '--flag'\nHelp:  --flag <flag>  \n"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.arguments.back());
-    expectValidationFailure(runMain<Exclusive>(c.arguments), "Problem: " + c.message + usage);
-  }
+  expectRefusals<Exclusive>("ex-errors.transcript");
 }
 
 struct Failing : ParsableCommand {
@@ -112,12 +68,12 @@ struct Failing : ParsableCommand {
   }
 };
 
-TEST(ExitPath, ErrorsOfValidateAndRun) {
-  const std::string usage =
-      "Usage: failing [--mode <mode>]\n"
-      "  See 'failing --help' for more information.\n";
-  expectValidationFailure(runMain<Failing>({"--mode", "invalid"}), "Error: The mode is invalid.\n" + usage);
+// A failed validation, and --version where no command has a version.
+TEST(ExitPath, RefusedByValidateOrForLackOfAVersion) {
+  expectRefusals<Failing>("failing-errors.transcript");
+}
 
+TEST(ExitPath, ErrorsOfValidateAndRun) {
   // A completed run returns and exit is not called (-1); the rest leave through exit.
   // An empty message prints nothing, not even a newline.
   const struct {
@@ -158,12 +114,6 @@ TEST(ExitPath, RequestsPrintOnStandardOutputWithStatusZero) {
 
   auto subcommandVersion = runMain<Math>({"multiply", "--version"});
   EXPECT_EQ(subcommandVersion.out, "1.0.0\n");
-
-  // Without a version anywhere, --version is an unknown option.
-  expectValidationFailure(runMain<Failing>({"--version"}),
-                          "Error: Unknown option '--version'\n"
-                          "Usage: failing [--mode <mode>]\n"
-                          "  See 'failing --help' for more information.\n");
 }
 
 TEST(ExitPath, HelpSubcommandAndSubcommandErrors) {
@@ -173,10 +123,7 @@ TEST(ExitPath, HelpSubcommandAndSubcommandErrors) {
   EXPECT_EQ(runMain<Math>({"help", "nosuch"}).out, runMain<Math>({"--help"}).out);
   EXPECT_EQ(runMain<Math>({"help", "times", "-h"}).out, help.out);
 
-  expectValidationFailure(runMain<Math>({"multiply", "1", "2", "3", "4"}),
-                          "Error: Give at most three values.\n"
-                          "Usage: math multiply [<values> ...]\n"
-                          "  See 'math multiply --help' for more information.\n");
+  expectRefusals<Math>("math-errors.transcript");
   expectValidationFailure(runMain<Math>({"add", "--output", ""}),
                           "Error: The output must not be empty.\n"
                           "Usage: math add [<values> ...] [--verbose] [--output <output>]\n"
@@ -192,15 +139,11 @@ struct HiddenUsage : ParsableCommand {
   static CommandConfiguration configuration() { return {.commandName = "quiet", .usage = ""}; }
 };
 
+// Without help names there is no "See" line, and --help is an ordinary
+// unknown option; an empty usage leaves only the "See" line.
 TEST(ExitPath, SeeLineFollowsTheHelpNamesAndTheUsage) {
-  expectValidationFailure(runMain<NoHelp>({"--bad"}),
-                          "Error: Unknown option '--bad'\n"
-                          "Usage: nohelp\n");
-  expectValidationFailure(runMain<HiddenUsage>({"--bad"}),
-                          "Error: Unknown option '--bad'\n"
-                          "  See 'quiet --help' for more information.\n");
-  // Without help names --help is an ordinary unknown option.
-  EXPECT_EQ(runMain<NoHelp>({"--help"}).exitStatus, 64);
+  expectRefusals<NoHelp>("nohelp-errors.transcript");
+  expectRefusals<HiddenUsage>("quiet-errors.transcript");
 }
 
 TEST(ExitPath, MessageFunctionsReadTheSameInformation) {

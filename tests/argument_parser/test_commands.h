@@ -72,6 +72,25 @@ Outcome runMain(const std::vector<std::string>& arguments, std::optional<std::st
   return outcome;
 }
 
+// Runs each "$ " line of a transcript in golden/ (its words parted by single
+// blanks) and compares the transcript rebuilt from what the runs wrote on
+// standard error; each run must be refused with nothing on standard output.
+template <class T>
+void expectRefusals(const std::string& name) {
+  std::istringstream transcript(golden(name));
+  std::string actual;
+  for (std::string line; std::getline(transcript, line);) {
+    if (!line.starts_with("$ ")) continue;
+    std::istringstream words(line.substr(2));
+    auto outcome = runMain<T>({std::istream_iterator<std::string>(words), std::istream_iterator<std::string>()});
+    EXPECT_EQ(outcome.out, "") << line;
+    EXPECT_EQ(outcome.exitStatus, 64) << line;
+    EXPECT_EQ(outcome.status, 64) << line;
+    actual += line + "\n" + outcome.err;
+  }
+  EXPECT_EQ(actual, golden(name));
+}
+
 // The parsed command; a failed parse throws out of the test and fails it.
 template <class T>
 std::shared_ptr<T> parse(const std::vector<std::string>& arguments) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <limits>
 
 using namespace platform;
@@ -39,32 +41,8 @@ TEST(FoundationDescriptionTest, NestedContainersIndentAndQuoteByTheTextRule) {
       {"", ""},
       {"Nested", Dictionary{{"a", -7}}},
   };
-  const char* expected =
-      "{\n"
-      "    \"\" = \"\";\n"
-      "    Blob = {length = 3, bytes = 0x00ab10};\n"
-      "    DeviceIdentifier = disk3s1;\n"
-      "    Internal = 0;\n"
-      "    \"Mount Point\" = \"file:///Volumes/Macintosh%20HD/\";\n"
-      "    Nested = {\n"
-      "        a = -7;\n"
-      "    };\n"
-      "    Partitions = (\n"
-      "        {\n"
-      "            Content = \"Apple_APFS\";\n"
-      "            Size = 500107862016;\n"
-      "        },\n"
-      "        \"x y\",\n"
-      "        (\n"
-      "        )\n"
-      "    );\n"
-      "    \"Quote\\\"d\" = \"back\\\\slash\\nline\";\n"
-      "    Ratio = 2.5;\n"
-      "    UUID = \"6C1D3C57-9E54-4A6B-8D37-2C0E1F7B5A10\";\n"
-      "    When = \"2001-01-01 00:00:00 +0000\";\n"
-      "    Writable = 1;\n"
-      "}";
-  EXPECT_EQ(foundationDescription(d), expected);
+  std::ifstream golden(std::string(CVDIAG_SOURCE_DIR) + "/tests/platform/golden/nested.description");
+  EXPECT_EQ(foundationDescription(d), std::string(std::istreambuf_iterator<char>(golden), {}));
 }
 
 TEST(FoundationDescriptionTest, ArraysOfDiskNamesAndTheAbsentDictionary) {

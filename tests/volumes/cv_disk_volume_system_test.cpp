@@ -65,19 +65,9 @@ TEST_F(CVDiskVolumeSystemTest, TimeMachineInclusionAndSnapshotsAreAskedOnce) {
   json in = mounted(slice("disk4s1", "In", "apfs"), "/Volumes/In/", "APFS");
   json out = mounted(slice("disk4s2", "Out", "apfs"), "/Volumes/Out/", "APFS");
   // Each run is counted in a file, so a second ask would show.
-  machine.file("/usr/bin/tmutil",
-      "#!/bin/sh\n"
-      "echo run >> \"$0.runs\"\n"
-      "case \"$1 $2\" in\n"
-      "  'isexcluded /Volumes/In') echo \"[Included]    $2\" ;;\n"
-      "  'isexcluded /Volumes/Out') echo \"[Excluded]    $2\" ;;\n"
-      "  'listlocalsnapshots /Volumes/In')\n"
-      "    echo \"Snapshots for disk $2:\"\n"
-      "    echo com.apple.TimeMachine.2023-05-02-101530.local\n"
-      "    echo com.apple.TimeMachine.2023-05-01-101530\n"
-      "    echo com.apple.TimeMachine.2023-05-01\n"
-      "    echo ;;\n"
-      "esac\n");
+  machine.directory("/usr/bin");
+  std::filesystem::copy_file(std::string(CVDIAG_SOURCE_DIR) + "/tests/volumes/data/counting_tmutil.sh",
+                             machine.hostPath("/usr/bin/tmutil"));
   std::filesystem::permissions(machine.hostPath("/usr/bin/tmutil"), std::filesystem::perms::owner_all);
   install({in, out, slice("disk4s3", "Off", "apfs")}, {"/Volumes/In", "/Volumes/Out"});
 

@@ -24,7 +24,6 @@ TEST(DiskOrderKeyTest, DigitRunsWeighDownByTens) {
 }
 
 TEST(VolumeFormatTest, PersonalitiesDropEncryptionAndLookupIsExact) {
-  EXPECT_EQ(volumeFormatTable().size(), 19u);
   const std::pair<const char*, std::optional<std::string>> cases[] = {
       {"APFS (Encrypted)", "APFS"},
       {"APFS (Case-sensitive, Encrypted)", "Case-sensitive APFS"},

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "argument_parser/argument_parser.h"
 #include "argument_parser/completion_hooks.h"
 #include "argument_parser/completions/completions_generator.h"
@@ -40,54 +42,40 @@ TEST(CompletionScriptsInShells, EveryScriptParses) {
   }
 }
 
-TEST(CompletionScriptsInShells, BashCompletesNamesValuesSubcommandsAndPositionals) {
-  const std::string path = writeTemporaryFile("repo.bash", script(typeOf<Repo>(), "bash"));
-  struct Case {
-    const char* words;
-    const char* expected;
-  };
-  const Case cases[] = {
-      // A partial name at the root.
-      {"(repo --fo)", "--format\n"},
-      // The values of a list option, whatever the position.
-      {"(repo -v --format '')", "json\ntext\n"},
-      // The root offers its names and its subcommands, `help` included; the
-      // hidden subcommand and the hidden and private options are absent.
-      {"(repo '')",
-       "-v\n--verbose\n--color\n--no-color\n--format\n-I\n--include\n-out\n--version\n-h\n--help\nadd\n"
-       "remove-all\nhelp\n"},
-      // A subcommand's option that runs a shell command for its values.
-      {"(repo add --branch '')", "main\ndev\n"},
-      // A subcommand's names and its positional list.
-      {"(repo remove-all '')", "-f\n--force\n--version\n-h\n--help\nalpha\nbeta\n"},
-      {"(repo remove-all al)", "alpha\n"},
-  };
-  for (const auto& c : cases) {
-    const auto run = bashCompletions(path, "_repo", c.words);
-    EXPECT_EQ(run.status, 0) << c.words << "\n" << run.output;
-    EXPECT_EQ(run.output, c.expected) << c.words;
+// Runs `complete` on each "$ " line of a golden file (the line without "$ ",
+// kept whole: fish lines end in a blank) and compares the file rebuilt from
+// the answers.
+template <class Complete>
+void expectCompletions(const std::string& name, Complete complete) {
+  const std::string expected = readSourceFile(std::string(kGolden) + name);
+  std::istringstream lines(expected);
+  std::string actual;
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.starts_with("$ ")) continue;
+    const ShellRun run = complete(line.substr(2));
+    EXPECT_EQ(run.status, 0) << line << "\n" << run.output;
+    actual += line + "\n" + run.output;
   }
+  EXPECT_EQ(actual, expected);
 }
 
+// Partial names; the values of a list option, whatever the position; the
+// root's names and subcommands, `help` included, the hidden subcommand and the
+// hidden and private options absent; an option whose values come from a shell
+// command; a subcommand's names and its positional list.
+TEST(CompletionScriptsInShells, BashCompletesNamesValuesSubcommandsAndPositionals) {
+  const std::string path = writeTemporaryFile("repo.bash", script(typeOf<Repo>(), "bash"));
+  expectCompletions("repo-bash.completions", [&](const std::string& words) {
+    return bashCompletions(path, "_repo", words);
+  });
+}
+
+// Only a subcommand's own options, the hidden debug command's nowhere.
 TEST(CompletionScriptsInShells, FishOffersSubcommandsAndTheirOptionsOnlyWhereTheyApply) {
   const std::string path = writeTemporaryFile("repo.fish", script(typeOf<Repo>(), "fish"));
-  const struct {
-    const char* line;
-    const char* expected;
-  } cases[] = {
-      {"repo ", "add\tAdd a file.\nhelp\tShow subcommand help information.\nremove-all\tRemove what's listed.\n"},
-      // Only the subcommand's own options, the hidden debug command's nowhere.
-      {"repo add --",
-       "--branch\tThe branch.\n--dry-run\tDon't [do] it, just show.\n"
-       "--help\tShow help information.\n--tag\tThe tag.\n--version\tShow the version.\n"},
-      {"repo remove-all ", "alpha\tItems to remove.\nbeta\tItems to remove.\n"},
-      {"repo add --branch ", "dev\tThe branch.\nmain\tThe branch.\n"},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(runShell("fish", std::string("source $argv[1]; complete -C '") + c.line + "'", path).output,
-              c.expected)
-        << c.line;
-  }
+  expectCompletions("repo-fish.completions", [&](const std::string& line) {
+    return runShell("fish", "source $argv[1]; complete -C '" + line + "'", path);
+  });
 }
 
 TEST(CompletionScriptsInShells, ZshCompletesOptionsAndValuesOfSubcommands) {

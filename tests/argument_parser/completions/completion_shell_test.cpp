@@ -5,13 +5,9 @@
 namespace ArgumentParser {
 namespace {
 
-// Exactly the three raw values, in list order; SHELL by the last piece of
-// its path.
+// Exactly the raw values (their list, in order, is in CVDiag's refusal
+// texts); SHELL by the last piece of its path.
 TEST(CompletionShell, RawValuesAndTheShellVariable) {
-  std::vector<std::string> raw;
-  for (const auto& shell : CompletionShell::allCases()) raw.push_back(shell.rawValue());
-  EXPECT_EQ(raw, (std::vector<std::string>{"zsh", "bash", "fish"}));
-  EXPECT_EQ(CompletionShell::supportedShellList(), "zsh, bash, fish");
   for (const char* other : {"Bash", "tcsh", "", " zsh", "zsh ", "/bin/zsh"})
     EXPECT_EQ(CompletionShell::fromRawValue(other), std::nullopt) << other;
 

@@ -1,11 +1,9 @@
 #pragma once
-// Writes binary property lists object by object, so that tests can make the
-// hostile ones no real writer makes: references out of range, cycles, shared
-// references, wrong trailers.
+// Writes binary property lists object by object, so that tests can make what
+// the codec's own writer never makes: one-byte references, shared objects,
+// cycles.
 
 #include <cstdint>
-#include <cstring>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,11 +17,6 @@ class BinaryPlistBuilder {
     objects_.push_back(std::move(object));
     return objects_.size() - 1;
   }
-  std::size_t integer(std::int64_t v) {
-    std::vector<std::uint8_t> o{0x13};
-    appendBE(o, static_cast<std::uint64_t>(v), 8);
-    return raw(std::move(o));
-  }
   std::size_t ascii(const std::string& s) {
     std::vector<std::uint8_t> o;
     marker(o, 0x5, s.size());
@@ -34,14 +27,6 @@ class BinaryPlistBuilder {
     std::vector<std::uint8_t> o;
     marker(o, 0x6, units.size());
     for (auto u : units) appendBE(o, u, 2);
-    return raw(std::move(o));
-  }
-  std::size_t date(double secondsSince2001) {
-    std::vector<std::uint8_t> o{0x33};
-    std::uint64_t bits;
-    static_assert(sizeof bits == sizeof secondsSince2001);
-    std::memcpy(&bits, &secondsSince2001, sizeof bits);
-    appendBE(o, bits, 8);
     return raw(std::move(o));
   }
   // An array of the objects at these indices.
@@ -58,14 +43,7 @@ class BinaryPlistBuilder {
     for (auto r : values) appendBE(o, r, refSize_);
     return raw(std::move(o));
   }
-  struct Trailer {
-    std::uint8_t offsetSize = 8;
-    std::optional<std::uint64_t> objectCount;
-    std::optional<std::uint64_t> tableOffset;
-  };
-
-  std::vector<std::uint8_t> build(std::size_t top) const { return build(top, Trailer{}); }
-  std::vector<std::uint8_t> build(std::size_t top, const Trailer& t) const {
+  std::vector<std::uint8_t> build(std::size_t top) const {
     std::vector<std::uint8_t> out{'b', 'p', 'l', 'i', 's', 't', '0', '0'};
     std::vector<std::uint64_t> offsets;
     for (const auto& o : objects_) {
@@ -73,13 +51,13 @@ class BinaryPlistBuilder {
       out.insert(out.end(), o.begin(), o.end());
     }
     std::uint64_t table = out.size();
-    for (auto off : offsets) appendBE(out, off, t.offsetSize);
+    for (auto off : offsets) appendBE(out, off, 8);
     for (int i = 0; i < 6; ++i) out.push_back(0);
-    out.push_back(t.offsetSize);
+    out.push_back(8);  // the size of an offset
     out.push_back(refSize_);
-    appendBE(out, t.objectCount.value_or(objects_.size()), 8);
+    appendBE(out, objects_.size(), 8);
     appendBE(out, top, 8);
-    appendBE(out, t.tableOffset.value_or(table), 8);
+    appendBE(out, table, 8);
     return out;
   }
 

@@ -19,17 +19,6 @@ const std::string kRealUUIDKey = "CVDiskVolume.volumeRealUUIDStringKey";
 const std::string kMediaUUIDKey = "CVDiskVolume.volumeMediaUUIDStringKey";
 const std::string kGroupUUIDKey = "CVDiskVolume.volumeGroupUUIDStringKey";
 
-nlohmann::json backupMachine() {
-  return nlohmann::json::parse(R"({"media": [
-    {"da": {"DAMediaBSDName": "disk4s2", "DAVolumePath": {"$url": "file:///Volumes/Backup/"}},
-     "volume": {"resources": {"NSURLVolumeNameKey": "Backup", "NSURLVolumeLocalizedNameKey": "Backup",
-                              "NSURLVolumeUUIDStringKey": "6C1D3C57-9E54-4A6B-8D37-2C0E1F7B5A10",
-                              "NSURLVolumeURLForRemountingKey": {"$url": "smb://server/Backup"},
-                              "NSURLVolumeTotalCapacityKey": 1999859621888}}},
-    {"da": {"DAMediaBSDName": "disk5s1", "DAVolumePath": {"$url": "file:///Volumes/Broken/"}},
-     "volume": {"resourceError": "The volume is not responding."}}]})");
-}
-
 std::vector<std::string> allKeys() {
   auto keys = kBaseKeys;
   keys.insert(keys.end(), {kRealUUIDKey, kMediaUUIDKey, kGroupUUIDKey});
@@ -39,8 +28,7 @@ std::vector<std::string> allKeys() {
 }  // namespace
 
 TEST(BookmarksTest, ABlobKeepsTheURLAndTheAskedValuesThatExist) {
-  MachineBuilder m;
-  m.json(backupMachine());
+  MachineBuilder m("backup_volume");  // a volume with its values, one whose reads fail
   Platform p = m.platform();
   ASSERT_NE(p.bookmarks, nullptr);
   URL url = URL::fileURLWithPath("/Volumes/Backup", true);
@@ -79,8 +67,7 @@ TEST(BookmarksTest, ABlobKeepsTheURLAndTheAskedValuesThatExist) {
 }
 
 TEST(BookmarksTest, MakingFailsWhenTheValuesCannotBeReadOrTheURLIsNoFileURL) {
-  MachineBuilder m;
-  m.json(backupMachine());
+  MachineBuilder m("backup_volume");
   Platform p = m.platform();
   auto broken = p.bookmarks->bookmarkData(URL::fileURLWithPath("/Volumes/Broken", true), 0x400, kBaseKeys, {});
   ASSERT_FALSE(broken);

@@ -39,29 +39,9 @@ struct Seen {
   }
 };
 
-nlohmann::json mediaObject(const std::string& bsd, bool whole, nlohmann::json extra = nlohmann::json::object()) {
-  nlohmann::json da = {{"DAMediaBSDName", bsd}, {"DAMediaWhole", whole}};
-  da.update(extra);
-  return {{"da", da}, {"io", {{"BSD Name", bsd}}}};
-}
-
 class DiskArbitrationTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    auto img = mediaObject("disk10s1", false);
-    img["whole"] = "disk4";
-    auto orphan = mediaObject("disk4s3", false);
-    orphan["whole"] = nullptr;
-    nlohmann::json list = {
-        mediaObject("disk1", true),
-        mediaObject("disk1s1", false, {{"DAVolumeName", "Macintosh HD"}, {"DAVolumePath", {{"$url", "file:///"}}}}),
-        mediaObject("disk4", true),
-        mediaObject("disk4s2", false,
-                    {{"DAVolumeName", "Backup"}, {"DAVolumePath", {{"$url", "file:///Volumes/Back%20up/"}}}}),
-        mediaObject("disk3s1s1", false),  // its whole disk is not attached
-        img, orphan,
-        {{"io", {{"BSD Name", "nameless"}}}}};  // no description at all
-    builder.json({{"media", list}});
     platformValue = builder.platform();
     da = platformValue.diskArbitration;
     simulated = std::dynamic_pointer_cast<SimulatedDiskArbitration>(da);
@@ -72,7 +52,10 @@ class DiskArbitrationTest : public ::testing::Test {
 
   std::optional<std::string> bsd(const DADiskRef& disk) { return da->DADiskGetBSDName(disk); }
 
-  MachineBuilder builder;
+  // Whole disks and slices, one slice whose whole disk is not attached, one
+  // whose "whole" names disk4, one whose "whole" is null, and an entry with
+  // no description at all.
+  MachineBuilder builder{"arbitration"};
   Platform platformValue;
   std::shared_ptr<DiskArbitration> da;
   std::shared_ptr<SimulatedDiskArbitration> simulated;
@@ -108,7 +91,7 @@ TEST_F(DiskArbitrationTest, DisksAreFoundByBSDNameVolumePathAndIOMedia) {
 
   // Entries of another machine are not this machine's disks.
   MachineBuilder other;
-  other.json({{"media", {mediaObject("disk4s2", false)}}});
+  other.jsonText(R"({"media": [{"da": {"DAMediaBSDName": "disk4s2"}, "io": {"BSD Name": "disk4s2"}}]})");
   auto otherPlatform = other.platform();
   auto foreign = otherPlatform.ioKit->IOServiceGetMatchingServices(
       otherPlatform.ioKit->IOServiceMatching("IOMedia"));

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <fstream>
+#include <iterator>
 #include <random>
 
 #include "platform/machine/binary_plist_builder.h"
@@ -78,18 +80,9 @@ TEST(PropertyListCodecTest, EveryKindRoundTripsThroughBinaryAndXML) {
 }
 
 TEST(PropertyListCodecTest, ReadsHandWrittenXMLWithNegativeNumbersAndDates) {
-  auto v = decode(std::string(
-      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-      "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-      "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-      "<plist version=\"1.0\">\n<dict>\n"
-      "  <!-- <array><array> in a comment -->\n"
-      "  <key>ProductVersion</key><string>14.2.1</string>\n"
-      "  <key>Offset</key><integer>-12</integer>\n"
-      "  <key>When</key><date>2024-03-01T10:00:00Z</date>\n"
-      "  <key>Empty</key><array/>\n"
-      "  <key>Escaped</key><string>a &amp; b &lt;c&gt;</string>\n"
-      "</dict>\n</plist>\n"));
+  // A comment holding tags, a negative number, a date, an empty array, escapes.
+  std::ifstream file(std::string(CVDIAG_SOURCE_DIR) + "/tests/platform/golden/hand-written.plist");
+  auto v = decode(std::string(std::istreambuf_iterator<char>(file), {}));
   ASSERT_TRUE(v) << v.error().localizedDescription;
   EXPECT_EQ(*v, Value(Dictionary{{"ProductVersion", "14.2.1"},
                                  {"Offset", -12},

@@ -16,19 +16,11 @@ namespace {
 class SystemTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    builder.json(nlohmann::json::parse(R"({"media": [
-      {"da": {"DAMediaBSDName": "disk1s1", "DAVolumePath": {"$url": "file:///"}},
-       "volume": {"statfs": {"bsize": 4096, "blocks": 1000, "bfree": 250, "flags": 2097153},
-                  "fileCount": 123456, "directoryCount": 789, "device": 16777220, "realDevice": 16777221}},
-      {"da": {"DAMediaBSDName": "disk4s2", "DAVolumePath": {"$url": "file:///Volumes/Data/"}},
-       "volume": {"device": -7}},
-      {"da": {"DAMediaBSDName": "disk5s1", "DAVolumePath": {"$url": "file:///Volumes/Bare/"}}}
-    ]})"));
     builder.file("/System/x").file("/Volumes/Data/a/b").directory("/Volumes/Bare");
     platformValue = builder.platform();
     system = platformValue.system;
   }
-  MachineBuilder builder;
+  MachineBuilder builder{"system_facts"};  // the root with statfs facts, a bare and a device-only volume
   Platform platformValue;
   std::shared_ptr<System> system;
 };

@@ -16,27 +16,6 @@ URL file(std::string_view path) { return URL::fileURLWithPath(path, false); }
 class URLResourcesTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    builder.json(nlohmann::json::parse(R"({"media": [
-      {"da": {"DAMediaBSDName": "disk1s1", "DAVolumePath": {"$url": "file:///"}},
-       "volume": {"resources": {"NSURLVolumeLocalizedNameKey": "Macintosh HD",
-                                "NSURLVolumeIsBrowsableKey": true}}},
-      {"da": {"DAMediaBSDName": "disk4s2", "DAVolumePath": {"$url": "file:///Volumes/Data/"}},
-       "volume": {"resources": {"NSURLVolumeLocalizedNameKey": "Data",
-                                "NSURLVolumeTotalCapacityKey": 1999859621888,
-                                "NSURLVolumeIdentifierKey": {"$data": "AAEC"},
-                                "NSURLVolumeURLForRemountingKey": {"$url": "smb://server/Data"}}}},
-      {"da": {"DAMediaBSDName": "disk5s1", "DAVolumePath": {"$url": "file:///Volumes/Data/Nested/"}}},
-      {"da": {"DAMediaBSDName": "disk6s1", "DAVolumePath": {"$url": "file:///Volumes/Broken/"}},
-       "volume": {"resources": {"NSURLVolumeLocalizedNameKey": "Broken"},
-                  "resourceError": "The volume is not responding."}},
-      {"da": {"DAMediaBSDName": "disk7s1"}, "volume": {"resources": {"NSURLVolumeLocalizedNameKey": "Unmounted"}}}
-    ],
-    "files": {
-      "/Volumes/Data/dated.txt": {"created": {"$date": "2024-03-01T10:00:00Z"},
-                                  "modified": {"$date": "2024-03-02T11:30:00Z"}},
-      "/Volumes/Data/half.txt": {"modified": {"$date": "2024-03-02T11:30:00Z"}},
-      "/Volumes/Data/bad.txt": {"error": "The file “bad.txt” couldn’t be opened."}
-    }})"));
     builder.directory("/Volumes/Data").file("/Volumes/Data/host.txt", "x");
     resources = builder.platform().urlResources;
   }
@@ -53,7 +32,7 @@ class URLResourcesTest : public ::testing::Test {
     return u && u->url() ? u->url()->absoluteString() : "(none)";
   }
 
-  MachineBuilder builder;
+  MachineBuilder builder{"url_resources"};  // volumes nested, erring, unmounted; recorded file dates
   std::shared_ptr<URLResources> resources;
 };
 

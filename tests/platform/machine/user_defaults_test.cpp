@@ -38,23 +38,6 @@ Dictionary fileValues(const MachineBuilder& m, const std::string& macPath) {
   return *v->dictionary();
 }
 
-// Runs `body` in a child process; gives the child's pid.
-template <class F>
-pid_t spawn(F body) {
-  pid_t pid = ::fork();
-  if (pid == 0) {
-    body();
-    ::_exit(0);
-  }
-  return pid;
-}
-
-int waitFor(pid_t pid) {
-  int status = 0;
-  ::waitpid(pid, &status, 0);
-  return status;
-}
-
 }  // namespace
 
 TEST(UserDefaultsTest, DomainsAreNamedByBundleOrSuiteAndCreatedOnlyWhenWritten) {
@@ -157,13 +140,14 @@ TEST(UserDefaultsTest, AWriterKilledAtAnyMomentLeavesTheOldOrTheNewFileWhole) {
   std::mt19937 random(7);
   int lastSeen = 0;
   for (int round = 0; round < 12; ++round) {
-    pid_t child = spawn([&] {
+    pid_t child = ::fork();
+    if (child == 0) {  // writes until it is killed
       auto suite = makeMachineUserDefaults(folder.load())->initWithSuiteName("killed");
       for (int n = lastSeen + 1;; ++n) suite->setObject(record(n % 250), "record");
-    });
+    }
     ::usleep(2000 + random() % 40000);
     ::kill(child, SIGKILL);
-    waitFor(child);
+    ::waitpid(child, nullptr, 0);
     auto values = fileValues(folder, domain);
     const Value* r = lookup(values, "record");
     ASSERT_NE(r, nullptr) << round;
