@@ -274,7 +274,8 @@ std::optional<platform::URL> CVDiskVolume::path() const {
   // "/Volumes", the name and "/" joined as plain components, one "/" between
   // two of them and nothing resolved, so "/x" and ".." stay below "/Volumes".
   std::string joined = "/Volumes";
-  std::string_view component = name();
+  const std::string volumeName = name();
+  std::string_view component = volumeName;
   while (component.starts_with('/')) component.remove_prefix(1);
   if (!component.empty()) joined.append("/").append(component);
   return platform::URL::fileURLWithPath(joined, true);
