@@ -9,6 +9,7 @@ packages=(
   libplist-dev libutf8proc-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   bash zsh fish
+  clang-14 libclang-rt-14-dev
 )
 
 missing=()
