@@ -1,5 +1,0 @@
-// Sections whose subsystems (the registry, the settings documents and the
-// diskutil catalogue) are not built yet: they print nothing.
-#include "app/sections.h"
-
-void settingsConsistencyReport(std::ostream&, const CVDiag&) {}

@@ -1,0 +1,265 @@
+// The built CVDiag's settings report and pruning on the settings machine, with
+// each case's documents and registry: golden reports, the file read back by python.
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <random>
+#include <thread>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/platform.h"
+#include "settings/settings_reference.h"
+#include "support/run_cvdiag.h"
+#include "volumes/volume_golden_support.h"
+
+using platform::Dictionary;
+using platform::Value;
+
+namespace {
+
+const std::string kSettings = "/Users/ada/Library/Application Support/Corvane!";
+const std::string kBad = "not-a-guid";
+const std::string kDomain = "/Users/ada/Library/Preferences/com.tamarlin.Corvane.plist";
+
+std::string readFile(const std::filesystem::path& path) {
+  return {std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {}};
+}
+
+// "A…-<n>" registry GUIDs; "B…-<n>" volume UUIDs of the machine (1 Backup,
+// 2 Photos, 3 Archive, 4 Projects, 5 Café); "C…" UUIDs of no attached volume.
+std::string uuid(char prefix, long n) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%c0000000-0000-4000-8000-%012ld", prefix, n);
+  return text;
+}
+std::string guid(long n) { return uuid('A', n); }
+
+Dictionary session(std::optional<std::string> source, std::optional<std::string> sourceName,
+                   std::optional<std::string> target, std::optional<std::string> targetName,
+                   std::optional<Value> version = Value(5)) {
+  Dictionary d{{"CVSessionName", "session"}};
+  for (auto [key, value] : {std::pair{"CVSourceVolume", source}, {"CVsourceVolumeName", sourceName},
+                            {"CVTargetVolume", target}, {"CVtargetVolumeName", targetName}})
+    if (value) d[key] = *value;
+  if (version) d["CVSessionSettingsVersion"] = *version;
+  return d;
+}
+
+using Entry = std::tuple<std::string, std::optional<std::string>, std::string>;  // GUID key, remembered name, volume UUID
+
+class SettingsMachine : public ::testing::Test {
+ protected:
+  void SetUp() override { machine.install(); }
+  std::filesystem::path host(const std::string& macPath) const { return machine.folder() / macPath.substr(1); }
+
+  void rawDocument(const std::string& package, const std::string& bytes) {
+    auto path = host(kSettings + "/" + package + "/Session Settings.cvss");
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << bytes;
+    documents.push_back(kSettings + "/" + package + "/Session Settings.cvss");
+  }
+  std::string bytes(const Value& v, platform::PropertyListFormat format = platform::PropertyListFormat::XML) {
+    return std::string(platform::current().propertyLists->dataWithPropertyList(v, format)->asStringView());
+  }
+  void document(const std::string& package, const Value& settings) { rawDocument(package, bytes(settings)); }
+
+  // Corvane's domain with this registry beside one other key.
+  void registry(const std::vector<Entry>& entries) {
+    Dictionary stored;
+    for (const auto& [key, name, volumeUUID] : entries) {
+      Dictionary values{{"NSURLVolumeUUIDStringKey", volumeUUID}};
+      std::vector<std::string> keys{"NSURLVolumeUUIDStringKey"};
+      if (name) values["NSURLVolumeNameKey"] = *name, keys.push_back("NSURLVolumeNameKey");
+      stored.emplace(key, *platform::current().bookmarks->bookmarkData(platform::URL::fileURLWithPath("/Volumes/X", true),
+                                                                        0x400, keys, values));
+    }
+    auto domain = platform::current().userDefaults->initWithSuiteName("com.tamarlin.Corvane");
+    ASSERT_TRUE(domain->setObject(std::string("kept"), "SUOtherKey") && domain->setObject(stored, "CVDiskKnownVolumes"));
+  }
+
+  // The host can't set a file's birth time: machine.json gives documents fixed dates.
+  cvdiag_test::RunResult run(const std::vector<std::string>& flags, std::string program = CVDIAG_EXECUTABLE) {
+    auto json = nlohmann::json::parse(readFile(machine.folder() / "machine.json"));
+    for (const auto& path : documents)
+      if (!json["files"].contains(path))
+        json["files"][path] = {{"created", {{"$date", "2025-03-01T09:30:00Z"}}}, {"modified", {{"$date", "2026-11-20T18:45:10Z"}}}};
+    std::ofstream(machine.folder() / "machine.json") << json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return cvdiag_test::runProgram(program, flags, {{"CVDIAG_MACHINE", machine.folder().string()}});
+  }
+
+  // The registry's keys, then every other key, as python's reader sees them.
+  std::string domainSeenByPython() const {
+    auto script = "import plistlib,sys\nd=plistlib.load(open(sys.argv[1],'rb'))\n"
+                  "print(' '.join(sorted(d.pop('CVDiskKnownVolumes'))))\nprint(sorted(d.items()))\n";
+    return cvdiag_test::runProgram("/usr/bin/python3", {"-c", script, host(kDomain).string()}).out;
+  }
+
+  // Backup, referred to, and 3,000 orphans of disks that are not attached.
+  void manyOrphans() {
+    std::vector<Entry> entries{{guid(1), "Backup", uuid('B', 1)}};
+    for (long n = 100; n < 3100; ++n) entries.emplace_back(guid(n), "Orphan " + std::to_string(n), uuid('C', n));
+    registry(entries);
+    document("Nightly.cvsp", session(guid(1), "Backup", kBad, ""));
+  }
+  const std::string pruned = guid(1) + "\n[('SUOtherKey', 'kept')";
+
+  volumetest::CopiedMachine machine{"settings"};
+  std::vector<std::string> documents;
+};
+
+struct Case {
+  const char* golden;
+  std::vector<Entry> registry;
+  std::vector<std::pair<std::string, Dictionary>> documents;
+};
+
+const Case kCases[] = {
+    {"all_discrete",
+     {{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Photos", uuid('B', 2)}},
+     {{"Nightly.cvsp", session(guid(1), "Backup", guid(2), "Photos")}}},
+    // Registered as "Work", since renamed "Projects": source of one document, target of another.
+    {"group_by_name",
+     {{guid(4), "Work", uuid('B', 4)}},
+     {{"Projects.cvsp", session(guid(4), "Work", kBad, "Photos")},
+      {"Mirror.cvsp", session(kBad, "Photos", guid(4), "Work", std::nullopt)}}},
+    {"group_unknown_guid",
+     {},
+     {{"Migration.cvsp", session(guid(9), "Backup", kBad, "")}, {"Copy.cvsp", session(kBad, "", guid(9), "Backup")},
+      {"Sub/Third.cvsp", session(guid(9), "Backup", kBad, "")}}},
+    {"no_settings_folder",
+     {{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Photos", uuid('B', 2)}, {guid(3), std::nullopt, uuid('B', 3)}}, {}},
+    {"group_unresolvable",
+     {{guid(6), "Offsite", uuid('C', 6)}},
+     {{"Offsite.cvsp", session(guid(6), "Offsite", kBad, "")}, {"Weekly.cvsp", session(kBad, "", guid(6), "Offsite")}}},
+    // An orphan, "Café" composed and decomposed, one GUID with two names, a document without references.
+    {"all_groups",
+     {{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Photos", uuid('B', 2)}, {guid(3), "Archive", uuid('B', 3)},
+      {guid(4), "Work", uuid('B', 4)}, {guid(5), "Cafe\u0301", uuid('B', 5)}, {guid(6), "Offsite", uuid('C', 6)},
+      {guid(7), "Old", uuid('C', 7)}, {guid(10), "Backup", uuid('C', 10)}, {guid(11), std::nullopt, uuid('B', 2)},
+      {"no-uuid", "Backup", uuid('B', 1)}},
+     {{"Nightly.cvsp", session(guid(1), "Backup", guid(2), "Photos")},
+      {"Projects.cvsp", session(guid(4), "Work", guid(5), "Caf\u00E9")},
+      {"Archive/Old Photos.cvsp", session(guid(3), "Archive", guid(6), "Offsite")},
+      {"Migration.cvsp", session(guid(9), "Backup", guid(1), "Backup")},
+      {"Two Names.cvsp", session(guid(2), "Pictures", guid(2), "Photos")},
+      {"Empty.cvsp", session(kBad, "Backup", kBad, "Photos")},
+      {"Offsite Backup.cvsp", session(guid(10), "Backup", guid(11), "Photos")}}},
+};
+
+class SettingsReportTest : public SettingsMachine, public ::testing::WithParamInterface<Case> {};
+
+}  // namespace
+
+TEST_P(SettingsReportTest, MatchesItsGolden) {
+  registry(GetParam().registry);
+  for (const auto& [package, settings] : GetParam().documents) document(package, settings);
+  auto result = run({"--settings-volumes"});
+  machine.expectGolden(std::string(GetParam().golden) + ".txt", result.out);
+  EXPECT_EQ(result.err + std::to_string(result.status), "0");
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, SettingsReportTest, ::testing::ValuesIn(kCases), [](auto& i) { return i.param.golden; });
+
+TEST_F(SettingsMachine, EveryReadFailureIsToldInItsWordsAndTheRestIsRead) {
+  registry({{guid(1), "Backup", uuid('B', 1)}});
+  auto good = session(guid(1), "Backup", kBad, "");
+  auto binary = bytes(good, platform::PropertyListFormat::Binary);
+  auto forged = binary.substr(0, binary.size() - 8) + "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xF0";  // offset table far beyond the end
+  std::string deep;
+  for (int i = 0; i < 10000; ++i) deep = "<array>" + deep + "</array>";
+  auto changed = [&](Dictionary d, const char* key, Value value) { return d[key] = value, bytes(d); };
+  for (const auto& [package, content] : std::initializer_list<std::pair<std::string, std::string>>{
+           {"Good.cvsp", binary}, {"Dated.cvsp", bytes(good)}, {"Undated.cvsp", bytes(good)},
+           {"Outer.cvsp", bytes(good)}, {"Outer.cvsp/Inner.cvsp", bytes(good)}, {"Holiday.CVSP", bytes(good)},
+           {"Text.cvsp", "CVSourceVolume = A0000000;"}, {"Caf\xE9 Latin-1.cvsp", "no property list"},
+           {"Truncated.cvsp", binary.substr(0, binary.size() / 2)}, {"Forged.cvsp", forged},
+           {"Shared References.cvsp", readFile(machine.source() / "shared_references.bplist")}, {"Deep.cvsp", "<plist version=\"1.0\">" + deep + "</plist>"},
+           {"Root Array.cvsp", bytes(platform::Array{Value(good)})}, {"Empty Dictionary.cvsp", bytes(Dictionary{})},
+           {"GUID Number.cvsp", changed(good, "CVSourceVolume", Value(42))},
+           {"Name Data.cvsp", changed(good, "CVsourceVolumeName", platform::Bytes::fromString("Backup"))},
+           {"No Target.cvsp", bytes(session(guid(1), "Backup", std::nullopt, "Backup"))},
+           {"Version Text.cvsp", changed(session(kBad, "Backup", guid(1), "Backup"), "CVSessionSettingsVersion", Value("5"))},
+           {"Version Real.cvsp", changed(session(guid(1), "", guid(1), "Backup"), "CVSessionSettingsVersion", Value(5.5))}})
+    rawDocument(package, content);
+  rawDocument("Huge.cvsp", "bplist00");
+  std::filesystem::resize_file(host(kSettings + "/Huge.cvsp/Session Settings.cvss"), 50u << 20);
+  for (auto folder : {"/Old.cvsp/QuickLook", "/Folder.cvsp/Session Settings.cvss"})
+    std::filesystem::create_directories(host(kSettings + folder));
+  std::ofstream(host(kSettings + "/File.cvsp")) << "a package that is a file";
+  std::filesystem::create_symlink("Loop.cvsp", host(kSettings + "/Loop.cvsp"));
+  auto socketPath = host(kSettings + "/Socket.cvsp/Session Settings.cvss"), here = std::filesystem::current_path();
+  std::filesystem::create_directories(socketPath.parent_path());  // a socket: there, and no file that can be read
+  std::filesystem::current_path(socketPath.parent_path());  // a socket's path must be short
+  sockaddr_un address{AF_UNIX, "Session Settings.cvss"};
+  EXPECT_EQ(::bind(::socket(AF_UNIX, SOCK_STREAM, 0), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  std::filesystem::current_path(here);
+  machine.expectGolden("read_failures.txt", run({"--settings-volumes"}).out);
+}
+
+TEST_F(SettingsMachine, PruningRemovesTheOrphansOnceAndASecondRunFindsNone) {
+  // Photos was registered as "Old Name": the pair differs from the
+  // document's, so the entry is an orphan although the reference resolves.
+  registry({{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Old Name", uuid('B', 2)}, {guid(7), "Old", uuid('C', 7)},
+            {guid(11), std::nullopt, uuid('C', 11)}, {"no-uuid", "Old", uuid('C', 7)}});
+  document("Nightly.cvsp", session(guid(1), "Backup", guid(2), "Photos"));
+  const auto before = readFile(host(kDomain));
+  run({"--volume-registry", "--prune-orphans"});
+  EXPECT_EQ(readFile(host(kDomain)), before);
+  machine.expectGolden("prune_first.txt", run({"--settings-volumes", "--prune-orphans"}).out);
+  EXPECT_EQ(domainSeenByPython(), guid(1) + " " + guid(11) + " no-uuid\n[('SUOtherKey', 'kept')]\n");
+  const auto after = readFile(host(kDomain));
+  machine.expectGolden("prune_second.txt", run({"--settings-volumes", "--prune-orphans"}).out);
+  EXPECT_EQ(readFile(host(kDomain)), after);
+  registry({{guid(1), "Backup", uuid('B', 1)}, {guid(7), "Old", uuid('C', 7)}});
+  run({"--all-diagnostics", "--prune-orphans"});
+  EXPECT_EQ(domainSeenByPython(), pruned + "]\n");
+}
+
+TEST_F(SettingsMachine, AKilledPruneLeavesTheOldOrTheNewRegistryAndEveryOtherKey) {
+  manyOrphans();
+  const auto original = readFile(host(kDomain));
+  const auto oldView = domainSeenByPython();
+  auto started = std::chrono::steady_clock::now();
+  run({"--settings-volumes", "--prune-orphans"});
+  std::chrono::duration<double> runTime = std::chrono::steady_clock::now() - started;
+  ASSERT_EQ(domainSeenByPython(), pruned + "]\n");
+  // Most of a run comes before the write: the kills fall in its later part.
+  std::mt19937 random(std::random_device{}());
+  std::uniform_real_distribution<double> moment(runTime.count() / 3, runTime.count());
+  for (int i = 0; i < 30; ++i) {
+    std::ofstream(host(kDomain), std::ios::binary | std::ios::trunc) << original;
+    run({"-s", "KILL", std::to_string(moment(random)), CVDIAG_EXECUTABLE, "--settings-volumes", "--prune-orphans"},
+        "/usr/bin/timeout");
+    auto seen = domainSeenByPython();
+    EXPECT_TRUE(seen == oldView || seen == pruned + "]\n") << "kill " << i << ":\n" << seen;
+  }
+}
+
+TEST_F(SettingsMachine, AWriterThatTakesTheDomainLockLosesNothing) {
+  manyOrphans();
+  // Another application writing as documented: lock, read, change its key, write aside, rename.
+  auto writer = std::thread([&] {
+    cvdiag_test::runProgram("/usr/bin/python3", {"-c",
+        "import fcntl,os,plistlib,sys,time\npath=sys.argv[1]\nfor n in range(100,250):\n"
+        "  with open(path+'.lock','a') as lock:\n    fcntl.flock(lock,fcntl.LOCK_EX)\n"
+        "    d=plistlib.load(open(path,'rb'))\n    d['Writer%d'%n]=n\n"
+        "    with open(path+'.w','wb') as f: plistlib.dump(d,f,fmt=plistlib.FMT_BINARY); os.fsync(f.fileno())\n"
+        "    os.rename(path+'.w',path)\n  time.sleep(0.002)\n", host(kDomain).string()});
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  run({"--settings-volumes", "--prune-orphans"});
+  writer.join();
+  std::string expected = pruned;
+  for (int n = 100; n < 250; ++n) expected += ", ('Writer" + std::to_string(n) + "', " + std::to_string(n) + ")";
+  EXPECT_EQ(domainSeenByPython(), expected + "]\n");
+}
+
+TEST(SettingsReferenceTest, DocumentNameDropsTheFolderByCharacters) {
+  const std::string folder = "/Users/ada/Library/Application Support/Corvane!";
+  for (const auto& [document, name] : std::initializer_list<std::pair<std::string, const char*>>{
+           {folder + "/Caf\xE9.cvsp/S", "Caf\uFFFD.cvsp"},
+           {folder + "/\u0301x.cvsp/S", "x.cvsp"},  // a combining mark joins the "/" before it
+           {"/short/S", ""}})
+    EXPECT_EQ((SettingsReference{platform::URL::fileURLWithPath(document, false), {}, {}, {}}.documentName(folder)), name);
+}
