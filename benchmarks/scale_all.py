@@ -84,7 +84,7 @@ def main():
         print("| %d / %d / %d | %.3f s%s | %.0f MiB | %s |" % (
             media, entries, documents, statistics.median(times), "" if len(times) > 1 else " (1 run)",
             max(peaks), verdict), flush=True)
-        if times[0] > max_seconds:
+        if times[0] > max_seconds and (media, entries, documents) != SIZES[-1]:
             print("| larger sizes | not run: the last took over %g s | | |" % max_seconds)
             break
 
