@@ -157,10 +157,14 @@ CVDiskVolumeRef CVDiskManager::mountedVolumeForGUIDString(std::string_view guidS
 }
 
 std::optional<VolumeBookmark> CVDiskManager::bookmarkForGUIDString(std::string_view guidString) const {
-  auto copy = map();
-  auto entry = copy.find(std::string(guidString));
-  if (entry == copy.end()) return std::nullopt;
-  return VolumeBookmark::initWithData(entry->second);
+  // One entry is looked up in place: copying the whole map for it made every
+  // lookup cost as much as the registry is large.
+  std::optional<platform::Bytes> data;
+  serialMapQueue_.sync([&] {
+    if (auto entry = map_.find(std::string(guidString)); entry != map_.end()) data = entry->second;
+  });
+  if (!data) return std::nullopt;
+  return VolumeBookmark::initWithData(std::move(data));
 }
 
 std::optional<std::string> CVDiskManager::volumeName(std::string_view guidString) const {

@@ -36,19 +36,11 @@ class OutputBuffer {
   std::string bytes_;
 };
 
-// Calls `done` once both the child's end and the end of its output have been
-// seen, in whichever order they come.
-class Arrivals {
- public:
-  explicit Arrivals(std::function<void()> done) : done_(std::move(done)) {}
-  void arrive() {
-    if (remaining_.fetch_sub(1, std::memory_order_acq_rel) == 1) done_();
-  }
-
- private:
-  std::atomic<int> remaining_{2};
-  std::function<void()> done_;
-};
+// How long the end of the output may lag behind the child's end. The child's
+// last bytes are in the pipe when it exits, so this is only waited out when
+// something it started still holds the pipe open; then the run ends with what
+// the child wrote rather than when that grandchild lets go.
+constexpr double kOutputGraceSeconds = 1.0;
 
 // Appends what can be read; at the end of the stream the handler removes
 // itself and tells `ended`. The termination handler does not drain the pipe,
@@ -108,7 +100,7 @@ std::shared_ptr<platform::Task> runCommand(const std::string& launchPath,
   auto task = tasks->makeTask();
   auto pipe = tasks->makePipe();
   auto output = std::make_shared<OutputBuffer>();
-  platform::DispatchGroup group;
+  platform::DispatchSemaphore ended(0), outputEnded(0);
 
   task->setLaunchPath(launchPath);
   task->setArguments(arguments);
@@ -116,14 +108,12 @@ std::shared_ptr<platform::Task> runCommand(const std::string& launchPath,
   if (pipe) {
     task->setStandardOutput(pipe);
     task->setStandardError(pipe);
-    // The group is left twice: at the end of the output and when the child ends.
-    group.enter();
-    group.enter();
     pipe->fileHandleForReading()->setReadabilityHandler(
-        appendingHandler(output, [group] { group.leave(); }));
-    task->setTerminationHandler([group](platform::Task&) { group.leave(); });
+        appendingHandler(output, [outputEnded] { outputEnded.signal(); }));
+    task->setTerminationHandler([ended](platform::Task&) { ended.signal(); });
     if (task->launch()) {
-      group.wait();
+      ended.wait();
+      outputEnded.wait(platform::DispatchTime::now() + kOutputGraceSeconds);
       lines = decodeOutputLines(output->contents());
     } else {
       // Nothing ran and the group is given up; the handler may go at once.
@@ -158,24 +148,23 @@ TaskLines runTmutil(const std::vector<std::string>& arguments, double timeoutSec
   auto pipe = tasks->makePipe();
   if (!pipe) return std::nullopt;
   auto output = std::make_shared<OutputBuffer>();
-  platform::DispatchSemaphore finished(0);
-  auto arrivals = std::make_shared<Arrivals>([finished] { finished.signal(); });
+  platform::DispatchSemaphore ended(0), outputEnded(0);
 
   task->setLaunchPath("/usr/bin/tmutil");
   task->setArguments(arguments);
   pipe->fileHandleForReading()->setReadabilityHandler(
-      appendingHandler(output, [arrivals] { arrivals->arrive(); }));
+      appendingHandler(output, [outputEnded] { outputEnded.signal(); }));
   task->setStandardOutput(pipe);
-  // Signals once the child has ended and its output is complete.
-  task->setTerminationHandler([arrivals](platform::Task&) { arrivals->arrive(); });
+  task->setTerminationHandler([ended](platform::Task&) { ended.signal(); });
   if (!task->launch()) {
     pipe->fileHandleForReading()->setReadabilityHandler({});
     return std::nullopt;
   }
-  if (!finished.wait(platform::DispatchTime::now() + timeoutSeconds)) {
+  if (!ended.wait(platform::DispatchTime::now() + timeoutSeconds)) {
     diskLog().error("tmutil timed out after 10 seconds while executing with arguments: " +
                     arrayDescription(arguments));
     return std::nullopt;
   }
+  outputEnded.wait(platform::DispatchTime::now() + kOutputGraceSeconds);
   return decodeOutputLines(output->contents());
 }

@@ -3,11 +3,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
 #include <system_error>
+#include <thread>
 
 #include "platform/user_defaults.h"
 #include "platform/machine/factories.h"
@@ -18,6 +23,37 @@ namespace platform::machine {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+// How long a write waits for another process to let go of a domain's lock.
+// After that the write gives up, the file stays as it was and the report goes
+// on. CVDIAG_DEFAULTS_LOCK_WAIT_MS replaces it, for tests.
+constexpr std::chrono::milliseconds kDomainLockWait = 3s;
+
+std::chrono::milliseconds domainLockWait() {
+  const char* text = std::getenv("CVDIAG_DEFAULTS_LOCK_WAIT_MS");
+  if (text == nullptr || *text == '\0') return kDomainLockWait;
+  char* end = nullptr;
+  long long ms = std::strtoll(text, &end, 10);
+  if (*end != '\0' || ms < 0 || ms > 600000) return kDomainLockWait;
+  return std::chrono::milliseconds(ms);
+}
+
+enum class LockResult { Taken, TimedOut, Failed };
+
+// Takes an exclusive lock on `fd`, polling until `wait` has passed.
+LockResult lockWithin(int fd, std::chrono::milliseconds wait) {
+  const auto deadline = std::chrono::steady_clock::now() + wait;
+  std::chrono::milliseconds pause = 1ms;
+  for (;;) {
+    if (::flock(fd, LOCK_EX | LOCK_NB) == 0) return LockResult::Taken;
+    if (errno != EWOULDBLOCK && errno != EINTR) return LockResult::Failed;
+    const auto now = std::chrono::steady_clock::now();
+    if (now >= deadline) return LockResult::TimedOut;
+    std::this_thread::sleep_for(std::min<std::chrono::steady_clock::duration>(pause, deadline - now));
+    pause = std::min(pause * 2, std::chrono::milliseconds(50));
+  }
+}
 
 class FileDescriptor {
  public:
@@ -176,10 +212,20 @@ class MachineUserDefaults final : public UserDefaults {
     fs::create_directories(directory_, ec);
     FileDescriptor lockFd(::open(lockFile_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOCTTY, 0600));
     if (!lockFd.valid()) return false;
-    int rc;
-    do rc = ::flock(lockFd.get(), LOCK_EX);
-    while (rc != 0 && errno == EINTR);
-    if (rc != 0) return false;
+    // The bound is waited once per domain and run: once it has passed, later
+    // writes only try the lock, so a stuck holder costs the report one wait.
+    switch (lockWithin(lockFd.get(), lockTimedOut_ ? 0ms : domainLockWait())) {
+      case LockResult::Taken:
+        break;
+      case LockResult::TimedOut:
+        if (!lockTimedOut_)
+          std::fprintf(stderr, "CVDiag: the preferences domain %s is locked by another process; left unchanged\n",
+                       file_.stem().c_str());
+        lockTimedOut_ = true;
+        return false;
+      case LockResult::Failed:
+        return false;
+    }
     removeAbandonedTemporaries();
 
     // A writer that doesn't take the lock may still replace the file between
@@ -248,6 +294,7 @@ class MachineUserDefaults final : public UserDefaults {
   const std::string tempPrefix_;
   mutable std::mutex mutex_;
   mutable bool loaded_ = false;
+  bool lockTimedOut_ = false;
   mutable DomainSnapshot stored_;
   // Changes that could not reach the file, by key; nothing means removed.
   std::map<std::string, std::optional<Value>, std::less<>> unpersisted_;
