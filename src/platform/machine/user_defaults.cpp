@@ -41,17 +41,18 @@ std::chrono::milliseconds domainLockWait() {
 
 enum class LockResult { Taken, TimedOut, Failed };
 
-// Takes an exclusive lock on `fd`, polling until `wait` has passed.
+// Takes an exclusive lock on `fd`, polling until `wait` has passed. The pause
+// between tries stays short: a writer that takes the lock again and again
+// lets go of it only for moments, and a longer pause would miss them all.
 LockResult lockWithin(int fd, std::chrono::milliseconds wait) {
   const auto deadline = std::chrono::steady_clock::now() + wait;
-  std::chrono::milliseconds pause = 1ms;
+  constexpr std::chrono::milliseconds pause = 1ms;
   for (;;) {
     if (::flock(fd, LOCK_EX | LOCK_NB) == 0) return LockResult::Taken;
     if (errno != EWOULDBLOCK && errno != EINTR) return LockResult::Failed;
     const auto now = std::chrono::steady_clock::now();
     if (now >= deadline) return LockResult::TimedOut;
     std::this_thread::sleep_for(std::min<std::chrono::steady_clock::duration>(pause, deadline - now));
-    pause = std::min(pause * 2, std::chrono::milliseconds(50));
   }
 }
 
