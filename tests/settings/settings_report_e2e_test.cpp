@@ -1,6 +1,7 @@
 // The built CVDiag's settings report and pruning on the settings machine, with
 // each case's documents and registry: golden reports, the file read back by python.
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 
 #include <fstream>
@@ -196,6 +197,8 @@ TEST_F(SettingsMachine, EveryReadFailureIsToldInItsWordsAndTheRestIsRead) {
   sockaddr_un address{AF_UNIX, "Session Settings.cvss"};
   EXPECT_EQ(::bind(::socket(AF_UNIX, SOCK_STREAM, 0), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
   std::filesystem::current_path(here);
+  std::filesystem::create_directories(host(kSettings + "/Pipe.cvsp"));  // a named pipe must not hold the read
+  EXPECT_EQ(::mkfifo(host(kSettings + "/Pipe.cvsp/Session Settings.cvss").c_str(), 0600), 0);
   machine.expectGolden("read_failures.txt", run({"--settings-volumes"}).out);
 }
 

@@ -101,7 +101,8 @@ class MachineFileManager final : public FileManager {
     auto host = machine_->hostPath(path);
     struct stat info {};
     if (::stat(host.c_str(), &info) != 0) return readError(codeOfErrno(errno), path);
-    if (S_ISDIR(info.st_mode)) return readError(kFileReadUnknown, path);
+    // A named pipe would hold the read until something writes to it.
+    if (S_ISDIR(info.st_mode) || S_ISFIFO(info.st_mode)) return readError(kFileReadUnknown, path);
     if (S_ISREG(info.st_mode) && static_cast<std::uint64_t>(info.st_size) > limit)
       return readError(kFileReadTooLarge, path);
     std::ifstream in(host, std::ios::binary);

@@ -513,7 +513,8 @@ Result<Bytes> encodePropertyList(const Value& value, PropertyListFormat format) 
 }
 
 Result<Bytes> readFileCapped(const std::filesystem::path& path, std::size_t cap) {
-  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  // Not blocking, so a named pipe does not hold the open; it is refused below.
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) {
     const int e = errno;
     return cocoaError(e == ENOENT ? kFileReadNoSuchFile : kFileReadUnknown,
