@@ -126,15 +126,19 @@ TEST_F(DemoMachineTest, DiskutilAndTmutilRunUnderAPosixShell) {
   }
 }
 
-// The whole report on a copy of the demo (the tool may write to the Mac it
-// runs on); CVDIAG_UPDATE_GOLDENS=1 writes the golden file, to be checked by hand.
+// The whole report on a copy of the demo, which leaves the registry domain
+// as it was; CVDIAG_UPDATE_GOLDENS=1 writes the golden file, to be checked by hand.
 TEST(DemoMachineReport, AllDiagnosticsMatchTheGolden) {
   char folderTemplate[] = "/tmp/cvdiag-demo-XXXXXX";
   ASSERT_TRUE(::mkdtemp(folderTemplate));
   const std::filesystem::path folder(folderTemplate);
   std::filesystem::copy(kDemo, folder, std::filesystem::copy_options::recursive |
                                            std::filesystem::copy_options::copy_symlinks);
+  const auto domain = folder / "Users/ada/Library/Preferences/com.tamarlin.Corvane.plist";
+  const auto modified = std::filesystem::last_write_time(domain);
   auto result = cvdiag_test::runCVDiag({"--all-diagnostics"}, {{"CVDIAG_MACHINE", folder.string()}});
+  EXPECT_EQ(readFile(domain), readFile(kDemo / "Users/ada/Library/Preferences/com.tamarlin.Corvane.plist"));
+  EXPECT_EQ(std::filesystem::last_write_time(domain), modified);
   std::filesystem::remove_all(folder);
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.err, "");
