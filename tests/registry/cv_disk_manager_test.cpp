@@ -259,20 +259,6 @@ TEST_F(CVDiskManagerTest, IdentityAndANewBookmarkOfALiveVolume) {
   EXPECT_EQ(VolumeBookmark::initWithData(root->bookmark())->volumeRealUUIDString(), std::nullopt);
 }
 
-TEST_F(CVDiskManagerTest, ReportPrintsBothSectionsAndNeverWritesTheFile) {
-  const std::string offsite = "21111111-2222-4333-8444-555555555555";
-  writeRegistry({{"30000000-0000-4000-8000-000000000001", blob("Offsite", offsite, true)},
-                 {"30000000-0000-4000-8000-000000000002", blob("Offsite", offsite, true)},
-                 {"10000000-0000-4000-8000-000000000001", blob("Backup", kBackupUUID, true)}});
-  const auto bytes = readFile(host(kDomainPath));
-  const auto modified = std::filesystem::last_write_time(host(kDomainPath));
-  auto result = run({"--duplicate-volume-entries", "--volume-registry"});
-  expectGolden("report.txt", cvdiag_test::withoutVolatileParts(result.out));
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(readFile(host(kDomainPath)), bytes);
-  EXPECT_EQ(std::filesystem::last_write_time(host(kDomainPath)), modified);
-}
-
 TEST_F(CVDiskManagerTest, ReportOnADomainThatDoesNotExistReadsAsEmpty) {
   auto result = run({"--volume-registry", "--duplicate-volume-entries"});
   expectGolden("empty.txt", result.out);
