@@ -31,12 +31,6 @@ using pm::MediaObject;
 
 const std::filesystem::path kDemo = std::filesystem::path(CVDIAG_SOURCE_DIR) / "demo" / "machine";
 
-std::string readFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
-}
 
 std::string text(const Dictionary& d, std::string_view key) {
   const Value* v = platform::lookup(d, key);
@@ -108,7 +102,7 @@ TEST_F(DemoMachineTest, DiskutilAndTmutilRunUnderAPosixShell) {
     int status;
     std::string out;
   } cases[] = {
-      {diskutil, {"list", "-plist"}, 0, readFile(kDemo / "usr/sbin/diskutil.d/list.plist")},
+      {diskutil, {"list", "-plist"}, 0, cvdiag_test::readFile(kDemo / "usr/sbin/diskutil.d/list.plist")},
       {diskutil, {"info", "-plist", "disk9"}, 1, ""},
       {diskutil, {"info", "-plist", "../../../etc/passwd"}, 1, ""},
       {diskutil, {"info", "disk2s2"}, 1, ""},
@@ -137,7 +131,7 @@ TEST(DemoMachineReport, AllDiagnosticsMatchTheGolden) {
   const auto domain = folder / "Users/ada/Library/Preferences/com.tamarlin.Corvane.plist";
   const auto modified = std::filesystem::last_write_time(domain);
   auto result = cvdiag_test::runCVDiag({"--all-diagnostics"}, {{"CVDIAG_MACHINE", folder.string()}});
-  EXPECT_EQ(readFile(domain), readFile(kDemo / "Users/ada/Library/Preferences/com.tamarlin.Corvane.plist"));
+  EXPECT_EQ(cvdiag_test::readFile(domain), cvdiag_test::readFile(kDemo / "Users/ada/Library/Preferences/com.tamarlin.Corvane.plist"));
   EXPECT_EQ(std::filesystem::last_write_time(domain), modified);
   std::filesystem::remove_all(folder);
   EXPECT_EQ(result.status, 0) << result.err;
@@ -148,5 +142,5 @@ TEST(DemoMachineReport, AllDiagnosticsMatchTheGolden) {
     std::ofstream(golden, std::ios::binary) << actual;
     return;
   }
-  EXPECT_EQ(actual, readFile(golden));
+  EXPECT_EQ(actual, cvdiag_test::readFile(golden));
 }

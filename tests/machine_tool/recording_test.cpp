@@ -24,10 +24,6 @@ namespace fs = std::filesystem;
 const fs::path kHere = fs::path(CVDIAG_SOURCE_DIR) / "tests/machine_tool";
 const char* const kScenarios[] = {"virtualbox-hfs", "apfs-usb-stick"};
 
-std::string readText(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 void expectGolden(const std::string& name, const std::string& actual) {
   const fs::path golden = kHere / "expected" / name;
@@ -36,7 +32,7 @@ void expectGolden(const std::string& name, const std::string& actual) {
     std::ofstream(golden, std::ios::binary) << actual;
     return;
   }
-  EXPECT_EQ(actual, readText(golden)) << "golden file " << golden;
+  EXPECT_EQ(actual, cvdiag_test::readFile(golden)) << "golden file " << golden;
 }
 
 // A folder for one test, open to the unprivileged user the script runs as.
@@ -120,7 +116,7 @@ std::string archiveListing(const Recording& r) {
   std::sort(paths.begin(), paths.end());
   std::string text;
   for (const auto& p : paths) text += p + "\n";
-  return text + "--- manifest.txt\n" + readText(r.unpacked / "manifest.txt");
+  return text + "--- manifest.txt\n" + cvdiag_test::readFile(r.unpacked / "manifest.txt");
 }
 
 
@@ -150,7 +146,7 @@ TEST(RecordScriptTest, ArchivesEverySampleMacAsItsToolsPrintedIt) {
         {"settings/Nightly \"Ada's\" Copy — Zürich.cvsp/Session Settings.cvss",
          "root/Users/ada/Library/Application Support/Corvane!/Nightly \"Ada's\" Copy — Zürich.cvsp/Session Settings.cvss"},
         {"settings-dates/Nightly \"Ada's\" Copy — Zürich.cvsp/Session Settings.cvss", "dates"}};
-    for (const auto& [archived, original] : same) EXPECT_EQ(readText(r.unpacked / archived), readText(mac / original)) << archived;
+    for (const auto& [archived, original] : same) EXPECT_EQ(cvdiag_test::readFile(r.unpacked / archived), cvdiag_test::readFile(mac / original)) << archived;
   }
 }
 
@@ -184,7 +180,7 @@ TEST(ImportReplayTest, EverySampleMacReplaysThroughCVDiag) {
     auto imported = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"import", archive.string(), folder.string()});
     EXPECT_EQ(imported.status, 0) << imported.err;
     expectGolden(scenario + "/import.txt", imported.out);
-    expectGolden(scenario + "/machine.json", readText(folder / "machine.json"));
+    expectGolden(scenario + "/machine.json", cvdiag_test::readFile(folder / "machine.json"));
     auto checked = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"check", folder.string()});
     expectGolden(scenario + "/check.txt", checked.out + "status " + std::to_string(checked.status) + "\n");
     auto described = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"describe", folder.string()});
@@ -230,7 +226,7 @@ TEST(CheckTest, NamesEveryFaultOfABrokenFolder) {
   ASSERT_EQ(cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"import", r.unpacked.string(), folder.string()}).status, 0);
 
   // Faults the loader sees, one per part of machine.json, and faults in the files around it.
-  auto document = nlohmann::json::parse(readText(folder / "machine.json"));
+  auto document = nlohmann::json::parse(cvdiag_test::readFile(folder / "machine.json"));
   const nlohmann::json original = document;
   document["media"][0]["da"]["DAVolumePath"] = {{"$url", "Volumes/X"}};
   document["media"][2]["da"]["DAVolumeUUID"] = {{"$uuid", "not-a-uuid"}};

@@ -36,10 +36,6 @@ platform::Bytes blob(const std::string& name, const std::string& uuid, bool ejec
                {"NSURLVolumeIsEjectableKey", ejectable}});
 }
 
-std::string readFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
 
 
 class CVDiskManagerTest : public ::testing::Test {
@@ -64,7 +60,7 @@ class CVDiskManagerTest : public ::testing::Test {
     if (const char* update = std::getenv("CVDIAG_UPDATE_GOLDENS"); update && std::string(update) == "1") {
       std::ofstream(path, std::ios::binary) << actual;
     }
-    EXPECT_EQ(actual, readFile(path));
+    EXPECT_EQ(actual, cvdiag_test::readFile(path));
   }
 
   testsupport::MachineBuilder machine{"volumes_catalogue"};
@@ -95,7 +91,7 @@ TEST(CVDiskManagerStoreTest, ChoosesTheDomainByPreferenceFilesAndBundle) {
     if (row.bang) builder.file(preferences + "com.tamarlin.Corvane!.plist", domainText("<dict><key>B</key><data>AA==</data></dict>"));
     builder.install();
     EXPECT_EQ(firstKey(CVDiskManager::create()->map()), row.readsEntry) << row.plain << row.bang;
-    auto log = readFile(builder.hostPath("/var/log/cvdiag.log"));
+    auto log = cvdiag_test::readFile(builder.hostPath("/var/log/cvdiag.log"));
     EXPECT_EQ(log.find("Using registered defaults"), row.logLine ? log.find(row.logLine) : std::string::npos) << log;
   }
 }
@@ -112,7 +108,7 @@ TEST(CVDiskManagerStoreTest, AWrongShapedValueIsReplacedWholeAndOtherKeysStay) {
     EXPECT_EQ(after->objectForKey("CVDiskKnownVolumes"), platform::Value(platform::Dictionary{})) << value;
     EXPECT_EQ(after->objectForKey("Other"), platform::Value("kept")) << value;
     if (value == "<dict/>") {  // valid: nothing is rewritten
-      EXPECT_EQ(readFile(builder.hostPath(kDomainPath)), domainText(value));
+      EXPECT_EQ(cvdiag_test::readFile(builder.hostPath(kDomainPath)), domainText(value));
       EXPECT_EQ(std::filesystem::last_write_time(builder.hostPath(kDomainPath)), before);
     }
   }
@@ -120,7 +116,7 @@ TEST(CVDiskManagerStoreTest, AWrongShapedValueIsReplacedWholeAndOtherKeysStay) {
 
 TEST_F(CVDiskManagerTest, RegistersANewVolumeAndASystemVolumeByItsDataVolume) {
   // The mounted file systems tell their name and volume UUID, as on a Mac.
-  auto json = nlohmann::json::parse(readFile(machine.folder() / "machine.json"));
+  auto json = nlohmann::json::parse(cvdiag_test::readFile(machine.folder() / "machine.json"));
   for (auto& media : json["media"]) {
     if (!media.contains("volume")) continue;
     media["volume"]["resources"]["NSURLVolumeNameKey"] = media["da"]["DAVolumeName"];

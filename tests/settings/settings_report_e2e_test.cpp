@@ -25,9 +25,6 @@ const std::string kSettings = "/Users/ada/Library/Application Support/Corvane!";
 const std::string kBad = "not-a-guid";
 const std::string kDomain = "/Users/ada/Library/Preferences/com.tamarlin.Corvane.plist";
 
-std::string readFile(const std::filesystem::path& path) {
-  return {std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {}};
-}
 
 // "A…-<n>" registry GUIDs; "B…-<n>" volume UUIDs of the machine (1 Backup,
 // 2 Photos, 3 Archive, 4 Projects, 5 Café); "C…" UUIDs of no attached volume.
@@ -83,7 +80,7 @@ class SettingsMachine : public ::testing::Test {
 
   // The host can't set a file's birth time: machine.json gives documents fixed dates.
   cvdiag_test::RunResult run(const std::vector<std::string>& flags, std::string program = CVDIAG_EXECUTABLE) {
-    auto json = nlohmann::json::parse(readFile(machine.folder() / "machine.json"));
+    auto json = nlohmann::json::parse(cvdiag_test::readFile(machine.folder() / "machine.json"));
     for (const auto& path : documents)
       if (!json["files"].contains(path))
         json["files"][path] = {{"created", {{"$date", "2025-03-01T09:30:00Z"}}}, {"modified", {{"$date", "2026-11-20T18:45:10Z"}}}};
@@ -177,7 +174,7 @@ TEST_F(SettingsMachine, EveryReadFailureIsToldInItsWordsAndTheRestIsRead) {
            {"Outer.cvsp", bytes(good)}, {"Outer.cvsp/Inner.cvsp", bytes(good)}, {"Holiday.CVSP", bytes(good)},
            {"Text.cvsp", "CVSourceVolume = A0000000;"}, {"Caf\xE9 Latin-1.cvsp", "no property list"},
            {"Truncated.cvsp", binary.substr(0, binary.size() / 2)}, {"Forged.cvsp", forged},
-           {"Shared References.cvsp", readFile(machine.source() / "shared_references.bplist")}, {"Deep.cvsp", "<plist version=\"1.0\">" + deep + "</plist>"},
+           {"Shared References.cvsp", cvdiag_test::readFile(machine.source() / "shared_references.bplist")}, {"Deep.cvsp", "<plist version=\"1.0\">" + deep + "</plist>"},
            {"Root Array.cvsp", bytes(platform::Array{Value(good)})}, {"Empty Dictionary.cvsp", bytes(Dictionary{})},
            {"GUID Number.cvsp", changed(good, "CVSourceVolume", Value(42))},
            {"Name Data.cvsp", changed(good, "CVsourceVolumeName", platform::Bytes::fromString("Backup"))},
@@ -208,14 +205,14 @@ TEST_F(SettingsMachine, PruningRemovesTheOrphansOnceAndASecondRunFindsNone) {
   registry({{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Old Name", uuid('B', 2)}, {guid(7), "Old", uuid('C', 7)},
             {guid(11), std::nullopt, uuid('C', 11)}, {"no-uuid", "Old", uuid('C', 7)}});
   document("Nightly.cvsp", session(guid(1), "Backup", guid(2), "Photos"));
-  const auto before = readFile(host(kDomain));
+  const auto before = cvdiag_test::readFile(host(kDomain));
   run({"--volume-registry", "--prune-orphans"});
-  EXPECT_EQ(readFile(host(kDomain)), before);
+  EXPECT_EQ(cvdiag_test::readFile(host(kDomain)), before);
   machine.expectGolden("prune_first.txt", run({"--settings-volumes", "--prune-orphans"}).out);
   EXPECT_EQ(domainSeenByPython(), guid(1) + " " + guid(11) + " no-uuid\n[('SUOtherKey', 'kept')]\n");
-  const auto after = readFile(host(kDomain));
+  const auto after = cvdiag_test::readFile(host(kDomain));
   machine.expectGolden("prune_second.txt", run({"--settings-volumes", "--prune-orphans"}).out);
-  EXPECT_EQ(readFile(host(kDomain)), after);
+  EXPECT_EQ(cvdiag_test::readFile(host(kDomain)), after);
   registry({{guid(1), "Backup", uuid('B', 1)}, {guid(7), "Old", uuid('C', 7)}});
   run({"--all-diagnostics", "--prune-orphans"});
   EXPECT_EQ(domainSeenByPython(), pruned + "]\n");
@@ -223,7 +220,7 @@ TEST_F(SettingsMachine, PruningRemovesTheOrphansOnceAndASecondRunFindsNone) {
 
 TEST_F(SettingsMachine, AKilledPruneLeavesTheOldOrTheNewRegistryAndEveryOtherKey) {
   manyOrphans();
-  const auto original = readFile(host(kDomain));
+  const auto original = cvdiag_test::readFile(host(kDomain));
   const auto oldView = domainSeenByPython();
   auto started = std::chrono::steady_clock::now();
   run({"--settings-volumes", "--prune-orphans"});

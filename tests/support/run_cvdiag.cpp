@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <fstream>
+#include <iterator>
 #include <regex>
 #include <stdexcept>
 
@@ -105,6 +107,11 @@ RunResult runProgram(const std::string& executable, const std::vector<std::strin
 
 RunResult runCVDiag(const std::vector<std::string>& arguments, const std::map<std::string, std::string>& environment) {
   return runProgram(CVDIAG_EXECUTABLE, arguments, environment);
+}
+
+std::string readFile(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 std::string withoutVolatileParts(const std::string& report) {

@@ -2,6 +2,7 @@
 // Runs the built CVDiag (or another program) as a child process and captures
 // what it wrote on each stream and how it ended.
 
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -21,6 +22,9 @@ struct RunResult {
 // is given.
 RunResult runCVDiag(const std::vector<std::string>& arguments,
                     const std::map<std::string, std::string>& environment = {});
+
+// The whole content of a host file, or empty text if it cannot be read.
+std::string readFile(const std::filesystem::path& path);
 
 // A report with what changes from run to run masked: the source revision of
 // the version line becomes "<rev>", and the hash column of the registry dump

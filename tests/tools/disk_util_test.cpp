@@ -15,10 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string readFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
 
 void writeFile(const fs::path& path, const std::string& text) {
   std::ofstream(path, std::ios::binary) << text;
@@ -33,7 +29,7 @@ fs::path answers(const testsupport::MachineBuilder& m) { return m.folder() / "us
 
 // Replaces what stands in the text of an answer from `from` up to `to`.
 void edit(const fs::path& plist, const std::string& from, const std::string& to, const std::string& text) {
-  std::string plistText = readFile(plist);
+  std::string plistText = cvdiag_test::readFile(plist);
   auto at = plistText.find(from);
   ASSERT_NE(at, std::string::npos);
   writeFile(plist, plistText.replace(at, plistText.find(to, at) - at, text));
@@ -61,7 +57,7 @@ TEST_P(DiskUtilSectionTest, PrintsTheGoldenText) {
   c.prepare(machine);
   auto result = runSection(machine);
   if (c.withoutCatalogue) {
-    const std::string tail = readFile(machine.source() / "expected/null_volumes.txt");
+    const std::string tail = cvdiag_test::readFile(machine.source() / "expected/null_volumes.txt");
     EXPECT_EQ(result.out.substr(result.out.size() - tail.size()), tail);
     machine.expectGolden(c.golden, result.out.substr(0, result.out.size() - tail.size()));
   } else {
@@ -109,9 +105,9 @@ TEST(DiskUtilHostileTest, TenMegabytesOfTextThatIsNoPropertyList) {
   writeFile(answers(machine) / kFileSystems, std::string(10 << 20, 'x') + "\nend\n");
   auto out = runSection(machine).out;
   const std::string head = "**** Collecting file system personalities ****\nFailed to parse plist data:\n[\"";
-  const std::string noDiskutil = readFile(machine.source() / "expected/no_diskutil.txt");
+  const std::string noDiskutil = cvdiag_test::readFile(machine.source() / "expected/no_diskutil.txt");
   const std::string tail = "\", \"end\", \"\"]\n\n" + noDiskutil.substr(noDiskutil.find('\n') + 1) +
-                           readFile(machine.source() / "expected/null_volumes.txt");
+                           cvdiag_test::readFile(machine.source() / "expected/null_volumes.txt");
   EXPECT_EQ(out, head + std::string(10 << 20, 'x') + tail);
 }
 
