@@ -20,6 +20,7 @@
 #include "platform/machine/machine.h"
 #include "platform/machine/machine_platform.h"
 #include "platform/machine/machine_queries.h"
+#include "support/machine_builder.h"
 #include "support/run_cvdiag.h"
 
 namespace {
@@ -137,10 +138,6 @@ TEST(DemoMachineReport, AllDiagnosticsMatchTheGolden) {
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.err, "");
   const std::string actual = cvdiag_test::withoutVolatileParts(result.out);
-  const auto golden = std::filesystem::path(CVDIAG_SOURCE_DIR) / "tests/app/golden/demo_all_diagnostics.txt";
-  if (const char* update = std::getenv("CVDIAG_UPDATE_GOLDENS"); update && std::string(update) == "1") {
-    std::ofstream(golden, std::ios::binary) << actual;
-    return;
-  }
-  EXPECT_EQ(actual, cvdiag_test::readFile(golden));
+  testsupport::expectGoldenFile(std::filesystem::path(CVDIAG_SOURCE_DIR) / "tests/app/golden/demo_all_diagnostics.txt",
+                                actual);
 }

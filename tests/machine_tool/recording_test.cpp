@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "support/machine_builder.h"
 #include "support/run_cvdiag.h"
 
 namespace {
@@ -26,13 +27,7 @@ const char* const kScenarios[] = {"virtualbox-hfs", "apfs-usb-stick"};
 
 
 void expectGolden(const std::string& name, const std::string& actual) {
-  const fs::path golden = kHere / "expected" / name;
-  if (const char* update = std::getenv("CVDIAG_UPDATE_GOLDENS"); update && std::string(update) == "1") {
-    fs::create_directories(golden.parent_path());
-    std::ofstream(golden, std::ios::binary) << actual;
-    return;
-  }
-  EXPECT_EQ(actual, cvdiag_test::readFile(golden)) << "golden file " << golden;
+  testsupport::expectGoldenFile(kHere / "expected" / name, actual);
 }
 
 // A folder for one test, open to the unprivileged user the script runs as.

@@ -54,13 +54,8 @@ class CVDiskManagerTest : public ::testing::Test {
   cvdiag_test::RunResult run(const std::vector<std::string>& flags) {
     return cvdiag_test::runCVDiag(flags, {{"CVDIAG_MACHINE", machine.folder().string()}});
   }
-  // Compared whole; CVDIAG_UPDATE_GOLDENS=1 writes the file, to be checked by hand.
   void expectGolden(const std::string& name, const std::string& actual) const {
-    auto path = std::filesystem::path(CVDIAG_SOURCE_DIR) / "tests/registry/expected" / name;
-    if (const char* update = std::getenv("CVDIAG_UPDATE_GOLDENS"); update && std::string(update) == "1") {
-      std::ofstream(path, std::ios::binary) << actual;
-    }
-    EXPECT_EQ(actual, cvdiag_test::readFile(path));
+    testsupport::expectGoldenFile(std::filesystem::path(CVDIAG_SOURCE_DIR) / "tests/registry/expected" / name, actual);
   }
 
   testsupport::MachineBuilder machine{"volumes_catalogue"};

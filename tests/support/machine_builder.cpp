@@ -97,8 +97,7 @@ std::string MachineBuilder::text(std::string_view macPath) const {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-void MachineBuilder::expectGolden(std::string_view relative, const std::string& actual) const {
-  auto path = source_ / "expected" / relative;
+void expectGoldenFile(const std::filesystem::path& path, const std::string& actual) {
   const char* update = std::getenv("CVDIAG_UPDATE_GOLDENS");
   if (update && std::string(update) == "1") {
     writeText(path, actual);
@@ -108,6 +107,10 @@ void MachineBuilder::expectGolden(std::string_view relative, const std::string& 
   ASSERT_TRUE(in) << "missing golden file " << path;
   std::string expected((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   EXPECT_EQ(actual, expected) << "golden file " << path;
+}
+
+void MachineBuilder::expectGolden(std::string_view relative, const std::string& actual) const {
+  expectGoldenFile(source_ / "expected" / relative, actual);
 }
 
 std::variant<std::shared_ptr<const platform::machine::Machine>, std::string>

@@ -23,6 +23,10 @@
 
 namespace testsupport {
 
+// Compares a whole text with the golden file at `path`, or writes it there
+// when CVDIAG_UPDATE_GOLDENS=1 (to be checked by hand).
+void expectGoldenFile(const std::filesystem::path& path, const std::string& actual);
+
 class MachineBuilder {
  public:
   // A new empty folder whose machine.json is "{}".
