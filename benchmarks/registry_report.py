@@ -2,7 +2,7 @@
 """Times `CVDiag --volume-registry --duplicate-volume-entries` on a large Mac.
 
 Writes a machine folder with 256 media objects (32 external disks of 7
-mounted volumes each, every one with a volume UUID) and a registry of 4,096
+volumes each, every one with a volume UUID) and a registry of 4,096
 entries: each volume remembered under several GUIDs, plus entries of volumes
 that are not attached, so the duplicate check has plenty to find. Then runs
 the given CVDiag a few times and prints the best and median wall time.
@@ -12,62 +12,32 @@ the given CVDiag a few times and prints the best and median wall time.
 
 import json
 import os
-import plistlib
 import random
 import statistics
 import subprocess
 import sys
 import tempfile
 import time
-import uuid
-from urllib.parse import quote
+
+from large_mac import attached_media, bookmark, new_uuid, write_registry
 
 MEDIA = 256
 ENTRIES = 4096
 
 
-def new_uuid(rng):
-    return str(uuid.UUID(int=rng.getrandbits(128), version=4)).upper()
-
-
 def write_machine(folder):
     rng = random.Random(4096)
-    media, volume_uuids = [], []
-    for disk in range(MEDIA // 8):
-        whole = "disk%d" % (4 + disk)
-        media.append({"da": {"DAMediaBSDName": whole, "DAMediaWhole": True, "DAMediaName": "Drive %d" % disk,
-                             "DAMediaSize": 2000398934016},
-                      "io": {"BSD Name": whole, "Whole": True}})
-        for part in range(1, 8):
-            bsd = "%ss%d" % (whole, part)
-            name = "Volume %d-%d" % (disk, part)
-            volume_uuid = new_uuid(rng)
-            volume_uuids.append((name, volume_uuid))
-            mount = "/Volumes/" + name
-            os.makedirs(folder + mount)
-            media.append({"da": {"DAMediaBSDName": bsd, "DAMediaWhole": False, "DAVolumeName": name,
-                                 "DAVolumeKind": "hfs", "DAVolumeMountable": part != 7,
-                                 "DAVolumePath": {"$url": "file://" + quote(mount) + "/"},
-                                 "DAVolumeUUID": {"$uuid": volume_uuid}, "DAMediaSize": 285771276288},
-                          "io": {"BSD Name": bsd, "Whole": False}})
+    media, volume_uuids = attached_media(folder, rng, MEDIA)
     with open(os.path.join(folder, "machine.json"), "w") as out:
         json.dump({"home": "/Users/ada", "media": media}, out)
-
     entries = {}
     for i in range(ENTRIES):
         if i % 8 == 7:
             name, volume_uuid = "Gone %d" % i, new_uuid(rng)
         else:
             name, volume_uuid = volume_uuids[rng.randrange(len(volume_uuids))]
-        blob = {"NSURLBookmarkURL": "file://" + quote("/Volumes/" + name) + "/",
-                "NSURLVolumeNameKey": name, "NSURLVolumeLocalizedNameKey": name,
-                "NSURLVolumeUUIDStringKey": volume_uuid, "NSURLVolumeIsEjectableKey": True}
-        entries[new_uuid(rng)] = plistlib.dumps(blob, fmt=plistlib.FMT_BINARY)
-    preferences = folder + "/Users/ada/Library/Preferences"
-    os.makedirs(preferences)
-    with open(preferences + "/com.tamarlin.Corvane.plist", "wb") as out:
-        plistlib.dump({"CVDiskKnownVolumes": entries, "SUEnableAutomaticChecks": True}, out,
-                      fmt=plistlib.FMT_BINARY)
+        entries[new_uuid(rng)] = bookmark(name, volume_uuid)
+    write_registry(folder, "/Users/ada/Library/Preferences/com.tamarlin.Corvane.plist", entries)
 
 
 def main():

@@ -23,8 +23,8 @@ import subprocess
 import sys
 import tempfile
 import time
-import uuid
-from urllib.parse import quote
+
+from large_mac import attached_media, bookmark, new_uuid, write_registry
 
 MEDIA = 256
 ENTRIES = 4096
@@ -35,36 +35,10 @@ DOMAIN = HOME + "/Library/Preferences/com.tamarlin.Corvane.plist"
 SETTINGS = HOME + "/Library/Application Support/Corvane!"
 
 
-def new_uuid(rng):
-    return str(uuid.UUID(int=rng.getrandbits(128), version=4)).upper()
-
-
-def blob(name, volume_uuid):
-    return plistlib.dumps({"NSURLBookmarkURL": "file://" + quote("/Volumes/" + name) + "/",
-                           "NSURLVolumeNameKey": name, "NSURLVolumeUUIDStringKey": volume_uuid,
-                           "NSURLVolumeIsEjectableKey": True}, fmt=plistlib.FMT_BINARY)
-
-
 def write_machine(folder):
     """Writes the folder; gives the registry's keys that documents refer to."""
     rng = random.Random(1024)
-    media, volumes = [], []
-    for disk in range(MEDIA // 8):
-        whole = "disk%d" % (4 + disk)
-        media.append({"da": {"DAMediaBSDName": whole, "DAMediaWhole": True, "DAMediaName": "Drive %d" % disk,
-                             "DAMediaSize": 2000398934016},
-                      "io": {"BSD Name": whole, "Whole": True}})
-        for part in range(1, 8):
-            bsd, name, volume_uuid = "%ss%d" % (whole, part), "Volume %d-%d" % (disk, part), new_uuid(rng)
-            volumes.append((name, volume_uuid))
-            mount = "/Volumes/" + name
-            if part != 7:
-                os.makedirs(folder + mount)
-            media.append({"da": {"DAMediaBSDName": bsd, "DAMediaWhole": False, "DAVolumeName": name,
-                                 "DAVolumeKind": "hfs", "DAVolumeMountable": True,
-                                 "DAVolumePath": {"$url": "file://" + quote(mount) + "/"},
-                                 "DAVolumeUUID": {"$uuid": volume_uuid}, "DAMediaSize": 285771276288},
-                          "io": {"BSD Name": bsd, "Whole": False}})
+    media, volumes = attached_media(folder, rng, MEDIA)
 
     # Referenced entries: each attached volume once under its own name, the
     # rest under names of disks that are gone; then the orphans.
@@ -72,14 +46,12 @@ def write_machine(folder):
     for i in range(ENTRIES - ORPHANS):
         name, volume_uuid = volumes[i] if i < len(volumes) else ("Gone %d" % i, new_uuid(rng))
         key = new_uuid(rng)
-        entries[key] = blob(name, volume_uuid)
+        entries[key] = bookmark(name, volume_uuid)
         referenced.append((key, name))
     for i in range(ORPHANS):
         name, volume_uuid = volumes[rng.randrange(len(volumes))] if i % 2 else ("Orphan %d" % i, new_uuid(rng))
-        entries[new_uuid(rng)] = blob(name, volume_uuid)
-    os.makedirs(os.path.dirname(folder + DOMAIN))
-    with open(folder + DOMAIN, "wb") as out:
-        plistlib.dump({"CVDiskKnownVolumes": entries, "SUEnableAutomaticChecks": True}, out, fmt=plistlib.FMT_BINARY)
+        entries[new_uuid(rng)] = bookmark(name, volume_uuid)
+    write_registry(folder, DOMAIN, entries)
 
     files, used = {}, set()
     for d in range(DOCUMENTS):
