@@ -46,7 +46,7 @@ std::string paddedOrCut(const std::string& text, std::size_t width) {
 
 // The name a group line shows: the volume name, else the media name.
 std::string volumeOrMediaName(const CVDiskVolume& volume) {
-  auto properties = volume.properties();
+  const auto* properties = volume.properties();
   if (!properties) return "";
   for (auto key : {platform::kDADiskDescriptionVolumeNameKey, platform::kDADiskDescriptionMediaNameKey}) {
     const Value* value = platform::lookup(*properties, key);

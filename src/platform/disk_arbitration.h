@@ -128,8 +128,10 @@ class DiskArbitration {
                                             const IORegistryEntryRef& media) const = 0;
 
   // DADiskCopyDescription(disk): the description dictionary, keyed by the
-  // kDADiskDescription…Key texts; nothing when the disk has none.
-  virtual std::optional<Dictionary> DADiskCopyDescription(const DADiskRef& disk) const = 0;
+  // kDADiskDescription…Key texts; nothing (null) when the disk has none. The
+  // dictionary never changes: a changed disk gives a new one, so callers may
+  // share and keep it without copying.
+  virtual std::shared_ptr<const Dictionary> DADiskCopyDescription(const DADiskRef& disk) const = 0;
 
   // DADiskCopyIOMedia(disk): the IOMedia registry entry of the disk.
   virtual IORegistryEntryRef DADiskCopyIOMedia(const DADiskRef& disk) const = 0;

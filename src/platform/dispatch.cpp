@@ -177,6 +177,28 @@ struct DispatchQueue::Impl : std::enable_shared_from_this<DispatchQueue::Impl> {
     schedule();
   }
 
+  // Marks an idle queue busy for a caller that runs its work in place; false
+  // when a drain is queued or running. (Nothing is ever queued on a queue
+  // that is not marked.)
+  bool tryClaim() {
+    std::lock_guard lock(mutex);
+    if (scheduled) return false;
+    scheduled = true;
+    return true;
+  }
+
+  // Ends a claim: what was queued meanwhile is drained as usual.
+  void unclaim() {
+    {
+      std::lock_guard lock(mutex);
+      if (items.empty()) {
+        scheduled = false;
+        return;
+      }
+    }
+    schedule();
+  }
+
   // This queue and its serial ancestors, outermost first.
   std::vector<const Impl*> serialChain() const {
     std::vector<const Impl*> chain;
@@ -239,6 +261,18 @@ void DispatchQueue::sync(const std::function<void()>& work) const {
     if (isHeldByThisThread(q)) {
       dispatchFault("sync on a queue that the calling thread already holds", q->label);
     }
+  }
+
+  // A queue with no serial ancestor that is idle is taken at once: the work
+  // runs here with the queue marked busy, and no other thread is woken.
+  if (chain.size() == 1 && impl_->tryClaim()) {
+    struct Unclaim {
+      Impl& queue;
+      ~Unclaim() { queue.unclaim(); }
+    } unclaim{*impl_};
+    HeldScope held(std::move(chain));
+    work();
+    return;
   }
 
   // The marker holds the queue's place: once everything before it has run,

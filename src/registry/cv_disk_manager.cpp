@@ -75,7 +75,7 @@ std::shared_ptr<CVDiskManager> CVDiskManager::create() { return std::make_shared
 // The start sequence, in its order. Steps 1 to 4 are the member
 // initialisers; the body runs steps 5 to 9.
 CVDiskManager::CVDiskManager(Passkey)
-    : map_(),
+    : map_(std::make_shared<const RegistrySnapshot>(CVDiskVolumeMap{})),
       serialMapQueue_(DispatchQueue::serial("com.tamarlin.corvane.cvdiskmanager.serialMap",
                                             QualityOfService::UserInitiated,
                                             DispatchQueue::global(QualityOfService::UserInitiated))),
@@ -115,7 +115,8 @@ void CVDiskManager::start() {
       if (const auto* data = entry.data()) loaded.emplace(key, *data);
     }
   }
-  serialMapQueue_.syncBarrier([&] { map_ = std::move(loaded); });
+  auto initial = std::make_shared<const RegistrySnapshot>(std::move(loaded));
+  serialMapQueue_.syncBarrier([&] { map_ = std::move(initial); });
 
   // Step 9: observation of the disks, last of all.
   if (session_) registerCallbacks();
@@ -148,17 +149,21 @@ std::shared_ptr<platform::UserDefaults> CVDiskManager::suiteDefaults(std::string
 
 // ---- The map ---------------------------------------------------------------
 
-CVDiskVolumeMap CVDiskManager::map() const {
-  CVDiskVolumeMap copy;
-  serialMapQueue_.sync([&] { copy = map_; });
-  return copy;
+std::shared_ptr<const RegistrySnapshot> CVDiskManager::snapshot() const {
+  std::shared_ptr<const RegistrySnapshot> current;
+  serialMapQueue_.sync([&] { current = map_; });
+  return current;
 }
+
+CVDiskVolumeMap CVDiskManager::map() const { return snapshot()->entries(); }
 
 void CVDiskManager::setMap(CVDiskVolumeMap newMap) {
   knownVolumesLog().default_("CVDiskManager - updating known volume registry");
   bool queueSave = false;
+  // Made outside the queue: readers of the old state are not held up.
+  auto replacement = std::make_shared<const RegistrySnapshot>(std::move(newMap));
   serialMapQueue_.syncBarrier([&] {
-    map_ = std::move(newMap);
+    map_ = std::move(replacement);
     // A save that is queued and not started yet will write this map too.
     queueSave = !saveQueued_;
     if (queueSave) pendingSaves_.enter();
@@ -181,7 +186,7 @@ void CVDiskManager::waitForPendingSaves() const {
 
 void CVDiskManager::saveMap() {
   platform::Dictionary stored;
-  for (const auto& [key, data] : map_) stored.emplace(key, platform::Value(data));
+  for (const auto& [key, data] : map_->entries()) stored.emplace(key, platform::Value(data));
   // The defaults write re-reads the domain under its lock and replaces only
   // this key, so other keys and other writers' changes survive.
   if (!defaults_->setObject(platform::Value(std::move(stored)), mapKey_)) {

@@ -4,8 +4,8 @@
 // Corvane's user defaults. One process-wide manager owns the map, the
 // defaults object, the Disk Arbitration session and the queues.
 //
-// Everybody reads a copy of the map through `map()` and replaces it whole
-// through `setMap()`; there is no per-entry store. A write returns at once and
+// Everybody reads the map through `snapshot()` (or a copy through `map()`)
+// and replaces it whole through `setMap()`; there is no per-entry store. A write returns at once and
 // is saved on `serialMapQueue`; `waitForPendingSaves` (also run at process
 // exit) returns once every queued save is on disk.
 
@@ -24,14 +24,11 @@
 #include "platform/user_defaults.h"
 #include "platform/value.h"
 #include "registry/identity.h"
+#include "registry/registry_snapshot.h"
 #include "registry/volume_bookmark.h"
 
 class CVDiskVolume;
 using CVDiskVolumeRef = std::shared_ptr<CVDiskVolume>;
-
-// The registry in memory: GUID string to bookmark blob, iterated in
-// ascending key order.
-using CVDiskVolumeMap = std::map<std::string, platform::Bytes>;
 
 // Why `mountedVolumeForGUIDString` gave no volume, in priority order of its
 // tests: the bookmark says ejectable; a local disk with the volume UUID is
@@ -70,7 +67,10 @@ class CVDiskManager {
 
   // ---- Store -------------------------------------------------------------
 
-  // A copy of the registry, read synchronously on `serialMapQueue`.
+  // The registry as it is now, read synchronously on `serialMapQueue`; it
+  // never changes, a write makes a new one.
+  std::shared_ptr<const RegistrySnapshot> snapshot() const;
+  // A copy of the registry's entries.
   CVDiskVolumeMap map() const;
   // Replaces the registry whole (logged), then queues the save and returns.
   // Saves still queued are folded into one: the last map wins.
@@ -90,7 +90,8 @@ class CVDiskManager {
   const std::string& mapKey() const { return mapKey_; }
 
   // ---- Registration and lookup ------------------------------------------
-  // Every lookup works on its own copy of the map and logs nothing.
+  // Every lookup reads the registry anew (the current snapshot) and logs
+  // nothing.
 
   // The GUID whose bookmark carries the volume UUID of the registration
   // volume (a system volume or its snapshot registers its data volume). Only
@@ -199,8 +200,8 @@ class CVDiskManager {
   // Writes `_map` to the defaults; runs on `serialMapQueue`.
   void saveMap();
 
-  // Fields in their table order.
-  CVDiskVolumeMap map_;
+  // Fields in their table order. The map is only ever replaced whole.
+  std::shared_ptr<const RegistrySnapshot> map_;
   platform::DispatchQueue serialMapQueue_;
   platform::DispatchQueue daQueue_;
   platform::DASessionRef session_;

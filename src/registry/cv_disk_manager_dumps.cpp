@@ -48,14 +48,7 @@ struct Column {
 constexpr Column kColumns[] = {{"GUID", 36}, {"Name", 45}, {"Volume UUID", 36},
                                {"Mounted", 7}, {"Hash", 7},  {"Size", 10}};
 
-// Every entry with its bookmark, decoded once for all the reads of one text.
-using DecodedEntries = std::vector<std::pair<std::string, VolumeBookmark>>;
-DecodedEntries decode(const CVDiskVolumeMap& map) {
-  DecodedEntries entries;
-  entries.reserve(map.size());
-  for (const auto& [key, data] : map) entries.emplace_back(key, *VolumeBookmark::initWithData(data));
-  return entries;
-}
+using DecodedEntries = RegistrySnapshot::DecodedEntries;
 
 // The volume UUIDs of the entries, each read once: the distinct texts in
 // first-seen order, and for every entry the index of its text (or -1).
@@ -97,14 +90,14 @@ std::string CVDiskManager::guidMapDump() const {
   // The attached volumes by volume UUID, the first in disk order for each,
   // found once for the whole table.
   std::unordered_map<std::string, CVDiskVolumeRef> attached;
-  auto copy = map();
-  if (!copy.empty()) {
+  const auto current = snapshot();
+  if (!current->entries().empty()) {
     for (const auto& disk : CVDiskVolume::localDisks()) {
       if (auto uuid = disk->volumeUUID()) attached.emplace(uuid->uuidString(), disk);
     }
   }
-  for (const auto& [key, data] : copy) {
-    auto bookmark = *VolumeBookmark::initWithData(data);
+  auto data = current->entries().begin();
+  for (const auto& [key, bookmark] : current->bookmarks()) {
     auto name = bookmark.volumeName();
     auto volumeUUID = bookmark.volumeUUIDString();
     bool mounted = false;
@@ -119,18 +112,21 @@ std::string CVDiskManager::guidMapDump() const {
     }
     text += key + ' ' + (name ? padded(*name, 45, ' ') : std::string()) + ' ' +
             (volumeUUID ? *volumeUUID : std::string(kZeroGUID)) + ' ' + padded(mounted ? "YES" : "NO", 7, ' ') +
-            ' ' + hexadecimal(dataHash(data)) + ' ' + std::to_string(data.size()) + " bytes\n";
+            ' ' + hexadecimal(dataHash(data->second)) + ' ' + std::to_string(data->second.size()) + " bytes\n";
+    ++data;
   }
   return text;
 }
 
 std::vector<std::string> CVDiskManager::allVolumeUUIDStrings() const {
-  return indexVolumeUUIDs(decode(map())).distinct;
+  const auto current = snapshot();
+  return indexVolumeUUIDs(current->bookmarks()).distinct;
 }
 
 std::vector<std::string> CVDiskManager::guidsForVolumeUUIDString(std::string_view volumeUUIDString) const {
   std::vector<std::string> result;
-  for (const auto& [guid, bookmark] : decode(map())) {
+  const auto current = snapshot();
+  for (const auto& [guid, bookmark] : current->bookmarks()) {
     if (bookmark.volumeUUIDString() == volumeUUIDString) result.push_back(guid);
   }
   return result;
@@ -157,7 +153,8 @@ std::map<std::string, std::vector<std::size_t>> duplicatePositions(const Decoded
 }  // namespace
 
 std::map<std::string, std::vector<std::string>> CVDiskManager::duplicateVolumeEntries() const {
-  auto entries = decode(map());
+  const auto current = snapshot();
+  const auto& entries = current->bookmarks();
   std::map<std::string, std::vector<std::string>> result;
   for (const auto& [uuid, positions] : duplicatePositions(entries)) {
     auto& guids = result[uuid];
@@ -167,7 +164,8 @@ std::map<std::string, std::vector<std::string>> CVDiskManager::duplicateVolumeEn
 }
 
 std::optional<std::string> CVDiskManager::duplicatesDump() const {
-  auto entries = decode(map());
+  const auto current = snapshot();
+  const auto& entries = current->bookmarks();
   auto duplicates = duplicatePositions(entries);
   if (duplicates.empty()) return "No duplicate GUID entries found\n";
   std::string text = "Duplicate entries found for volume(s):\n";

@@ -46,12 +46,10 @@ std::optional<UUID> CVDiskManager::GUIDForVolume(const CVDiskVolume& volume, boo
   if (observedVolumeName(volume).empty()) return std::nullopt;
   if (!volume.volumeUUID()) return std::nullopt;
   auto registration = registrationVolumeFor(volume);
-  const auto wanted = registration->volumeUUIDString();
-  for (const auto& [key, data] : map()) {
-    // An unreadable bookmark has no volume UUID, and so matches a volume
-    // without one.
-    if (VolumeBookmark::initWithData(data)->volumeUUIDString() == wanted) return UUID::fromString(key);
-  }
+  // An unreadable bookmark has no volume UUID, and so matches a volume
+  // without one.
+  const auto current = snapshot();
+  if (const auto* key = current->firstGUIDCarrying(registration->volumeUUIDString())) return UUID::fromString(*key);
   if (!shouldRegister) return std::nullopt;
   return registerVolume(*registration, randomUUID());
 }
@@ -72,7 +70,7 @@ std::optional<UUID> CVDiskManager::registerVolume(const CVDiskVolume& volume, co
     knownVolumesLog().error("registerVolume - Failed to create bookmark while registering " + name + "...");
     return std::nullopt;
   }
-  if (map().contains(guidString)) {
+  if (snapshot()->entries().contains(guidString)) {
     knownVolumesLog().debug("registerVolume - updating existing volume\u2019s observation identity " + name +
                             ", uuid: " + *volumeUUIDString);
     if (auto bsdName = volume.bsdName()) unobserveDisk(*bsdName);
@@ -157,14 +155,7 @@ CVDiskVolumeRef CVDiskManager::mountedVolumeForGUIDString(std::string_view guidS
 }
 
 std::optional<VolumeBookmark> CVDiskManager::bookmarkForGUIDString(std::string_view guidString) const {
-  // One entry is looked up in place: copying the whole map for it made every
-  // lookup cost as much as the registry is large.
-  std::optional<platform::Bytes> data;
-  serialMapQueue_.sync([&] {
-    if (auto entry = map_.find(std::string(guidString)); entry != map_.end()) data = entry->second;
-  });
-  if (!data) return std::nullopt;
-  return VolumeBookmark::initWithData(std::move(data));
+  return snapshot()->bookmark(guidString);
 }
 
 std::optional<std::string> CVDiskManager::volumeName(std::string_view guidString) const {

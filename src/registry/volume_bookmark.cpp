@@ -1,12 +1,12 @@
 #include "registry/volume_bookmark.h"
 
 #include <algorithm>
-#include <mutex>
 
 #include "logging/log.h"
 #include "platform/bookmarks.h"
 #include "platform/platform.h"
 #include "platform/url_resources.h"
+#include "volumes/cached.h"
 #include "volumes/cv_disk_volume.h"
 
 namespace {
@@ -22,8 +22,7 @@ std::optional<std::string> uuidText(const std::optional<platform::UUID>& uuid) {
 
 // What the platform answered for the blob, asked once and shared by copies.
 struct VolumeBookmark::Values {
-  std::once_flag once;
-  std::optional<platform::Dictionary> dictionary;
+  Cached<std::optional<platform::Dictionary>> dictionary;
 };
 
 const std::vector<std::string>& VolumeBookmark::baseResourceKeys() {
@@ -69,10 +68,9 @@ std::optional<VolumeBookmark> VolumeBookmark::initWithVolume(const CVDiskVolume&
 
 const platform::Dictionary* VolumeBookmark::values() const {
   if (!bookmark_) return nullptr;
-  std::call_once(values_->once, [&] {
-    values_->dictionary = platform::current().bookmarks->resourceValues(resourceKeys_, *bookmark_);
-  });
-  return values_->dictionary ? &*values_->dictionary : nullptr;
+  const auto& dictionary =
+      values_->dictionary.get([&] { return platform::current().bookmarks->resourceValues(resourceKeys_, *bookmark_); });
+  return dictionary ? &*dictionary : nullptr;
 }
 
 std::optional<std::string> VolumeBookmark::stringValue(std::string_view key) const {

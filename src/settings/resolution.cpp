@@ -11,32 +11,6 @@
 #include "registry/cv_disk_manager.h"
 #include "volumes/cv_disk_volume.h"
 
-namespace {
-
-// The volume name a bookmark blob remembers, asked for that key alone.
-// Answers are kept by blob: copies of the registry share their blobs, so a
-// registry walked once per reference reads each bookmark once.
-std::optional<std::string> bookmarkVolumeName(const platform::Bytes& blob) {
-  static std::mutex mutex;
-  static std::map<const std::uint8_t*, std::pair<platform::Bytes, std::optional<std::string>>> answers;
-  {
-    std::lock_guard lock(mutex);
-    // The kept copy holds the blob alive, so its address can't be reused.
-    if (auto it = answers.find(blob.data()); it != answers.end() && it->second.first.size() == blob.size())
-      return it->second.second;
-  }
-  std::optional<std::string> name;
-  if (auto values = platform::current().bookmarks->resourceValues({std::string(platform::NSURLVolumeNameKey)}, blob)) {
-    if (const auto* value = platform::lookup(*values, platform::NSURLVolumeNameKey); value && value->string())
-      name = *value->string();
-  }
-  std::lock_guard lock(mutex);
-  if (blob.size() > 0) answers.insert_or_assign(blob.data(), std::make_pair(blob, name));
-  return name;
-}
-
-}  // namespace
-
 std::string_view rawValue(Resolution resolution) {
   switch (resolution) {
     case Resolution::knownVolumeMatchesIdentity: return "GUID and Name map directly to volume";
@@ -89,43 +63,35 @@ std::string VolumeReferenceResolvable::description() const {
 
 namespace {
 
-// The references of one registry map, with the GUIDs they hold and their
-// members by compared name.
+// The references of one state of the registry, with the GUIDs they hold and
+// their members by compared name.
 struct KnownReferences {
-  CVDiskVolumeMap map;
+  std::shared_ptr<const RegistrySnapshot> registry;
   VolumeReferenceSet set;
   std::set<platform::UUID> guids;
   std::unordered_map<std::string, std::vector<SettingsVolumeReference>> byName;
 };
 
-bool sameEntries(const CVDiskVolumeMap& a, const CVDiskVolumeMap& b) {
-  if (a.size() != b.size()) return false;
-  for (auto i = a.begin(), j = b.begin(); i != a.end(); ++i, ++j) {
-    if (i->first != j->first || i->second.data() != j->second.data() || i->second.size() != j->second.size())
-      return false;
-  }
-  return true;
-}
-
-// Made anew from each read of the registry; kept while the registry read
-// holds the same entries with the same blobs, as it does from one lookup to
-// the next unless someone writes.
+// Made from each read of the registry; the set of the last state read is
+// kept, so reads of an unchanged registry share it.
 std::shared_ptr<const KnownReferences> knownReferences(const CVDiskManager& manager) {
   static std::mutex mutex;
   static std::shared_ptr<const KnownReferences> last;
-  auto map = manager.map();
+  auto registry = manager.snapshot();
   {
     std::lock_guard lock(mutex);
-    if (last && sameEntries(last->map, map)) return last;
+    if (last && last->registry == registry) return last;
   }
   auto known = std::make_shared<KnownReferences>();
-  for (const auto& [key, blob] : map) {
-    auto reference = SettingsVolumeReference::make(platform::UUID::fromString(key), bookmarkVolumeName(blob));
+  const auto& names = registry->volumeNames();
+  std::size_t position = 0;
+  for (const auto& entry : registry->entries()) {
+    auto reference = SettingsVolumeReference::make(platform::UUID::fromString(entry.first), names[position++]);
     if (!reference || !known->set.insert(*reference)) continue;
     known->guids.insert(reference->guid());
     known->byName[reference->comparedName()].push_back(*reference);
   }
-  known->map = std::move(map);
+  known->registry = std::move(registry);
   std::lock_guard lock(mutex);
   last = known;
   return known;

@@ -19,17 +19,21 @@ class Cached {
   template <class Compute>
   const T& get(Compute&& compute) const {
     if (!ready_.load(std::memory_order_acquire)) {
-      std::call_once(once_, [&] {
+      // A mutex rather than std::call_once: glibc's once wakes waiters with a
+      // system call every time, and a model of a thousand volumes makes
+      // hundreds of thousands of these facts.
+      std::lock_guard lock(mutex_);
+      if (!ready_.load(std::memory_order_relaxed)) {
         value_.emplace(std::forward<Compute>(compute)());
         ready_.store(true, std::memory_order_release);
-      });
+      }
     }
     return *value_;
   }
 
  private:
   mutable std::atomic<bool> ready_{false};
-  mutable std::once_flag once_;
+  mutable std::mutex mutex_;
   mutable std::optional<T> value_;
 };
 

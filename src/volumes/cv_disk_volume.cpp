@@ -91,13 +91,22 @@ CVDiskVolumeRef CVDiskVolume::initWithImagePath(const platform::URL& imagePath) 
 }
 
 CVDiskVolumeRef CVDiskVolume::initWithVolumeUUID(const platform::UUID& uuid) {
-  auto volumes = allMediaVolumes().members();
-  sortByDiskOrder(volumes);
-  for (const auto& volume : volumes) {
+  // The first in disk order of the media volumes with the UUID, found in one
+  // walk: the set and the sort of all of them would give the same volume,
+  // since equal volumes have equal disk order keys and the first inserted
+  // stays first.
+  CVDiskVolumeRef first;
+  std::int64_t firstKey = 0;
+  forEachMediaVolume([&](CVDiskVolumeRef volume) {
     auto own = volume->volumeUUID();
-    if (own && *own == uuid) return initWithDADisk(volume->daDisk());
-  }
-  return nullptr;
+    if (!own || *own != uuid) return;
+    auto key = diskOrderKeyOfOptional(volume->bsdName());
+    if (!first || key < firstKey) {
+      first = std::move(volume);
+      firstKey = key;
+    }
+  });
+  return first ? initWithDADisk(first->daDisk()) : nullptr;
 }
 
 CVDiskVolumeRef CVDiskVolume::volumeFromItemPathWithItemURL(const platform::URL& itemURL) {
@@ -108,19 +117,23 @@ CVDiskVolumeRef CVDiskVolume::volumeFromItemPathWithItemURL(const platform::URL&
 
 // ---- Enumerations ------------------------------------------------------------
 
-CVDiskVolumeSet CVDiskVolume::allMediaVolumes() {
-  CVDiskVolumeSet volumes;
+void CVDiskVolume::forEachMediaVolume(const std::function<void(CVDiskVolumeRef)>& visit) {
   const auto& io = *current().ioKit;
   auto& da = *current().diskArbitration;
   auto iterator = io.IOServiceGetMatchingServices(io.IOServiceMatching("IOMedia"));
-  if (!iterator || iterator->isEmpty()) return volumes;
+  if (!iterator || iterator->isEmpty()) return;
   while (auto media = iterator->next()) {
     auto session = da.DASessionCreate();
     if (!session) continue;
     auto disk = da.DADiskCreateFromIOMedia(session, media);
     if (!disk) continue;
-    volumes.insert(initWithDADisk(std::move(disk)));
+    visit(initWithDADisk(std::move(disk)));
   }
+}
+
+CVDiskVolumeSet CVDiskVolume::allMediaVolumes() {
+  CVDiskVolumeSet volumes;
+  forEachMediaVolume([&](CVDiskVolumeRef volume) { volumes.insert(std::move(volume)); });
   return volumes;
 }
 
@@ -168,8 +181,8 @@ std::vector<CVDiskVolumeRef> CVDiskVolume::localBrowsableCoalescedVolumes() {
 
 // ---- Cached dictionaries and typed reads ---------------------------------------
 
-const std::optional<platform::Dictionary>& CVDiskVolume::properties() const {
-  return properties_.get([&] { return current().diskArbitration->DADiskCopyDescription(daDisk_); });
+const platform::Dictionary* CVDiskVolume::properties() const {
+  return properties_.get([&] { return current().diskArbitration->DADiskCopyDescription(daDisk_); }).get();
 }
 
 const std::optional<platform::Dictionary>& CVDiskVolume::registryProperties() const {
@@ -179,8 +192,7 @@ const std::optional<platform::Dictionary>& CVDiskVolume::registryProperties() co
 
 namespace {
 
-const platform::Value* entry(const std::optional<platform::Dictionary>& dictionary,
-                             std::string_view key) {
+const platform::Value* entry(const platform::Dictionary* dictionary, std::string_view key) {
   return dictionary ? platform::lookup(*dictionary, key) : nullptr;
 }
 

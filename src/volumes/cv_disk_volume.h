@@ -7,6 +7,7 @@
 // uncached facts ask the platform again each time.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -89,7 +90,7 @@ class CVDiskVolume final : public APFSVolume,
   const platform::DADiskRef& daDisk() const { return daDisk_; }
   // The Disk Arbitration description and the I/O registry properties of the
   // media object, each read once and kept; an absent answer stays cached.
-  const std::optional<platform::Dictionary>& properties() const;
+  const platform::Dictionary* properties() const;
   const std::optional<platform::Dictionary>& registryProperties() const;
 
   // Typed reads of the description; a value of another type is absent.
@@ -198,6 +199,9 @@ class CVDiskVolume final : public APFSVolume,
   friend bool operator<(const CVDiskVolume& a, const CVDiskVolume& b);
 
  private:
+  // Every IOMedia object of the I/O registry as a new volume, in registry
+  // order; a media object that gives no disk is skipped.
+  static void forEachMediaVolume(const std::function<void(CVDiskVolumeRef)>& visit);
   platform::IORegistryEntryRef ioMedia() const;
   std::optional<platform::Value> ioProperty(std::string_view key) const;
   std::optional<bool> ioBoolean(std::string_view key) const;
@@ -211,7 +215,7 @@ class CVDiskVolume final : public APFSVolume,
 
   // Facts of the description, which never changes for this object, are kept
   // beside it: the volume UUID and the hash are read in every comparison.
-  Cached<std::optional<platform::Dictionary>> properties_;
+  Cached<std::shared_ptr<const platform::Dictionary>> properties_;
   Cached<std::optional<platform::Dictionary>> registryProperties_;
   Cached<std::optional<platform::UUID>> volumeUUID_;
   Cached<std::uint64_t> hash_;

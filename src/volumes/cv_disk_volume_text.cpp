@@ -37,7 +37,7 @@ std::string CVDiskVolume::info() const {
   using platform::kDADiskDescriptionVolumeNameKey;
 
   std::string blockSizeText;
-  if (const auto& description = properties()) {
+  if (const auto* description = properties()) {
     const auto* value = platform::lookup(*description, platform::kDADiskDescriptionMediaBlockSizeKey);
     if (value) {
       if (auto number = value->asUInt64()) blockSizeText = std::to_string(*number);
@@ -145,10 +145,11 @@ std::string CVDiskVolume::description() const {
 }
 
 std::string CVDiskVolume::debugDescription() const {
-  auto dictionaryText = [](const std::optional<platform::Dictionary>& dictionary) {
+  auto dictionaryText = [](const platform::Dictionary* dictionary) {
     return dictionary ? platform::foundationDescription(*dictionary)
                       : platform::absentDictionaryDescription();
   };
+  const auto& ioKit = registryProperties();
   return bsdName().value_or("<nil>") + ":\nDA properties: " + dictionaryText(properties()) +
-         " \nIOKit properties: " + dictionaryText(registryProperties());
+         " \nIOKit properties: " + dictionaryText(ioKit ? &*ioKit : nullptr);
 }

@@ -117,14 +117,14 @@ struct State {
   explicit State(MachineRef m) : machine(std::move(m)) {}
   MachineRef machine;
   std::mutex mutex;
-  std::map<std::size_t, Dictionary> replacedDescriptions;
+  std::map<std::size_t, std::shared_ptr<const Dictionary>> replacedDescriptions;
   std::vector<std::weak_ptr<Session>> sessions;
   std::vector<UnmountRequest> unmounts;
   std::vector<std::optional<DADissenter>> answers;
   std::atomic<std::uint64_t> nextId{1};
 };
 
-bool admits(const std::optional<Dictionary>& match, const std::optional<Dictionary>& description) {
+bool admits(const std::optional<Dictionary>& match, const std::shared_ptr<const Dictionary>& description) {
   if (!match) return true;
   for (const auto& [key, value] : *match) {
     if (!description) return false;
@@ -134,9 +134,9 @@ bool admits(const std::optional<Dictionary>& match, const std::optional<Dictiona
   return true;
 }
 
-std::vector<std::string> changedKeys(const std::optional<Dictionary>& before, const Dictionary& after) {
+std::vector<std::string> changedKeys(const std::shared_ptr<const Dictionary>& before, const Dictionary& after) {
   std::vector<std::string> keys;
-  Dictionary old = before.value_or(Dictionary{});
+  const Dictionary old = before ? *before : Dictionary{};
   auto a = old.begin();
   auto b = after.begin();
   while (a != old.end() || b != after.end()) {
@@ -204,9 +204,9 @@ class MachineDiskArbitration final : public SimulatedDiskArbitration {
     return diskAt(entry->index(), session);
   }
 
-  std::optional<Dictionary> DADiskCopyDescription(const DADiskRef& disk) const override {
+  std::shared_ptr<const Dictionary> DADiskCopyDescription(const DADiskRef& disk) const override {
     auto* d = diskOf(disk);
-    if (d == nullptr) return std::nullopt;
+    if (d == nullptr) return nullptr;
     return description(d->index());
   }
 
@@ -341,15 +341,16 @@ class MachineDiskArbitration final : public SimulatedDiskArbitration {
     auto index = indexOfBSDName(bsdName);
     if (!index) return 0;
     std::vector<std::string> keys;
+    auto replacement = std::make_shared<const Dictionary>(std::move(newDescription));
     {
       std::lock_guard lock(state_->mutex);
-      keys = changedKeys(descriptionLocked(*index), newDescription);
-      state_->replacedDescriptions[*index] = newDescription;
+      keys = changedKeys(descriptionLocked(*index), *replacement);
+      state_->replacedDescriptions[*index] = replacement;
     }
     std::size_t count = 0;
     for (const auto& session : liveSessions()) {
       for (const auto& r : session->registrations(EventKind::DescriptionChanged)) {
-        if (!admits(r->match, newDescription)) continue;
+        if (!admits(r->match, replacement)) continue;
         std::vector<std::string> seen;
         for (const auto& k : keys)
           if (!r->watch || std::find(r->watch->begin(), r->watch->end(), k) != r->watch->end())
@@ -393,18 +394,18 @@ class MachineDiskArbitration final : public SimulatedDiskArbitration {
                                   std::static_pointer_cast<Session>(session));
   }
 
-  std::optional<Dictionary> descriptionLocked(std::size_t index) const {
+  std::shared_ptr<const Dictionary> descriptionLocked(std::size_t index) const {
     if (auto it = state_->replacedDescriptions.find(index); it != state_->replacedDescriptions.end())
       return it->second;
     return state_->machine->media[index].da;
   }
-  std::optional<Dictionary> description(std::size_t index) const {
+  std::shared_ptr<const Dictionary> description(std::size_t index) const {
     std::lock_guard lock(state_->mutex);
     return descriptionLocked(index);
   }
 
   std::optional<std::string> bsdNameOfLocked(std::size_t index) const {
-    auto d = descriptionLocked(index);
+    const auto& d = descriptionLocked(index);
     if (!d) return std::nullopt;
     const Value* v = lookup(*d, kDADiskDescriptionMediaBSDNameKey);
     if (v == nullptr || v->string() == nullptr) return std::nullopt;

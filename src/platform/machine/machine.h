@@ -42,7 +42,7 @@ struct WholeRule {
 };
 
 struct MediaObject {
-  std::optional<Dictionary> da;   // absent: DADiskCopyDescription gives nothing
+  std::shared_ptr<const Dictionary> da;  // null: DADiskCopyDescription gives nothing
   std::optional<Dictionary> io;   // absent: IORegistryEntryCreateCFProperties fails
   std::vector<Dictionary> ioParents;  // nearest ancestor first
   WholeRule whole;

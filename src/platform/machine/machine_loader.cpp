@@ -278,7 +278,7 @@ MediaObject readMedia(const json& j, const std::string& where) {
     const json& value = it.value();
     std::string here = keyPath(where, key);
     if (key == "da") {
-      m.da = toDictionary(value, here);
+      m.da = std::make_shared<const Dictionary>(toDictionary(value, here));
     } else if (key == "io") {
       m.io = toDictionary(value, here);
     } else if (key == "ioParents") {
