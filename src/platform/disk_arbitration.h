@@ -105,6 +105,11 @@ class DiskArbitration {
   // DASessionCreate(kCFAllocatorDefault): a new session, or NULL on failure.
   virtual DASessionRef DASessionCreate() = 0;
 
+  // A count that grows whenever a disk appears or disappears or a disk's
+  // description changes. While it stays the same, the media and their
+  // descriptions are the same, so what a walk of the disks found still holds.
+  virtual std::uint64_t diskStateGeneration() const = 0;
+
   // DASessionSetDispatchQueue(session, queue): from now on the session's
   // callbacks run through `executor`, one block per delivery; an empty
   // executor (NULL queue) holds deliveries back until a queue is set again.

@@ -13,6 +13,7 @@
 #include "platform/url_resources.h"
 #include "platform/workspace.h"
 #include "volumes/disk_order_key.h"
+#include "volumes/media_walk.h"
 #include "volumes/resource_errors.h"
 #include "volumes/utf8.h"
 #include "logging/log.h"
@@ -91,22 +92,9 @@ CVDiskVolumeRef CVDiskVolume::initWithImagePath(const platform::URL& imagePath) 
 }
 
 CVDiskVolumeRef CVDiskVolume::initWithVolumeUUID(const platform::UUID& uuid) {
-  // The first in disk order of the media volumes with the UUID, found in one
-  // walk: the set and the sort of all of them would give the same volume,
-  // since equal volumes have equal disk order keys and the first inserted
-  // stays first.
-  CVDiskVolumeRef first;
-  std::int64_t firstKey = 0;
-  forEachMediaVolume([&](CVDiskVolumeRef volume) {
-    auto own = volume->volumeUUID();
-    if (!own || *own != uuid) return;
-    auto key = diskOrderKeyOfOptional(volume->bsdName());
-    if (!first || key < firstKey) {
-      first = std::move(volume);
-      firstKey = key;
-    }
-  });
-  return first ? initWithDADisk(first->daDisk()) : nullptr;
+  auto walk = MediaWalk::current();
+  const auto* first = walk->firstWithVolumeUUID(uuid);
+  return first ? initWithDADisk(first->disk) : nullptr;
 }
 
 CVDiskVolumeRef CVDiskVolume::volumeFromItemPathWithItemURL(const platform::URL& itemURL) {
@@ -117,23 +105,9 @@ CVDiskVolumeRef CVDiskVolume::volumeFromItemPathWithItemURL(const platform::URL&
 
 // ---- Enumerations ------------------------------------------------------------
 
-void CVDiskVolume::forEachMediaVolume(const std::function<void(CVDiskVolumeRef)>& visit) {
-  const auto& io = *current().ioKit;
-  auto& da = *current().diskArbitration;
-  auto iterator = io.IOServiceGetMatchingServices(io.IOServiceMatching("IOMedia"));
-  if (!iterator || iterator->isEmpty()) return;
-  while (auto media = iterator->next()) {
-    auto session = da.DASessionCreate();
-    if (!session) continue;
-    auto disk = da.DADiskCreateFromIOMedia(session, media);
-    if (!disk) continue;
-    visit(initWithDADisk(std::move(disk)));
-  }
-}
-
 CVDiskVolumeSet CVDiskVolume::allMediaVolumes() {
   CVDiskVolumeSet volumes;
-  forEachMediaVolume([&](CVDiskVolumeRef volume) { volumes.insert(std::move(volume)); });
+  for (const auto& entry : MediaWalk::current()->entries()) volumes.insert(initWithDADisk(entry.disk));
   return volumes;
 }
 
@@ -148,8 +122,8 @@ void sortByDiskOrder(std::vector<CVDiskVolumeRef>& volumes) {
 }
 
 std::vector<CVDiskVolumeRef> CVDiskVolume::localDisks() {
-  auto volumes = allMediaVolumes().members();
-  sortByDiskOrder(volumes);
+  std::vector<CVDiskVolumeRef> volumes;
+  for (const auto* entry : MediaWalk::current()->inDiskOrder()) volumes.push_back(initWithDADisk(entry->disk));
   return volumes;
 }
 

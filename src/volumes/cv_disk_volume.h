@@ -70,7 +70,9 @@ class CVDiskVolume final : public APFSVolume,
   static CVDiskVolumeRef volumeFromItemPathWithItemURL(const platform::URL& itemURL);
 
   // Every IOMedia object of the I/O registry as a new volume, in no
-  // particular order; a media object that gives no disk is skipped.
+  // particular order; a media object that gives no disk is skipped. (The
+  // walk of the registry is kept while the disks don't change; the volumes
+  // are new every time.)
   static CVDiskVolumeSet allMediaVolumes();
   // All media volumes in ascending disk order.
   static std::vector<CVDiskVolumeRef> localDisks();
@@ -199,9 +201,6 @@ class CVDiskVolume final : public APFSVolume,
   friend bool operator<(const CVDiskVolume& a, const CVDiskVolume& b);
 
  private:
-  // Every IOMedia object of the I/O registry as a new volume, in registry
-  // order; a media object that gives no disk is skipped.
-  static void forEachMediaVolume(const std::function<void(CVDiskVolumeRef)>& visit);
   platform::IORegistryEntryRef ioMedia() const;
   std::optional<platform::Value> ioProperty(std::string_view key) const;
   std::optional<bool> ioBoolean(std::string_view key) const;

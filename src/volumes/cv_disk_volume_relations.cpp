@@ -5,6 +5,7 @@
 #include "platform/disk_arbitration.h"
 #include "platform/platform.h"
 #include "volumes/cv_disk_volume.h"
+#include "volumes/media_walk.h"
 
 using platform::current;
 
@@ -55,12 +56,10 @@ const std::optional<CVDiskVolumeSet>& CVDiskVolume::children() const {
     if (!daFlag(platform::kDADiskDescriptionMediaWholeKey)) return std::nullopt;
     const auto ownName = bsdName();
     CVDiskVolumeSet found;
-    for (auto& volume : localDisks()) {
+    for (const auto* entry : MediaWalk::current()->inDiskOrder()) {
       // A volume without a parent has no parent name, which equals an absent
       // name of this disk.
-      auto itsParent = volume->parent();
-      auto parentName = itsParent ? itsParent->bsdName() : std::nullopt;
-      if (sameName(parentName, ownName)) found.insert(volume);
+      if (sameName(entry->parentName, ownName)) found.insert(initWithDADisk(entry->disk));
     }
     if (found.empty()) return std::nullopt;
     return found;

@@ -122,6 +122,8 @@ struct State {
   std::vector<UnmountRequest> unmounts;
   std::vector<std::optional<DADissenter>> answers;
   std::atomic<std::uint64_t> nextId{1};
+  // Raised by every simulated appearance, disappearance and change.
+  std::atomic<std::uint64_t> generation{0};
 };
 
 bool admits(const std::optional<Dictionary>& match, const std::shared_ptr<const Dictionary>& description) {
@@ -319,11 +321,14 @@ class MachineDiskArbitration final : public SimulatedDiskArbitration {
 
   // The simulated events.
   std::size_t simulateDiskAppeared(std::string_view bsdName) override {
+    state_->generation.fetch_add(1);
     return raise(EventKind::Appeared, bsdName);
   }
   std::size_t simulateDiskDisappeared(std::string_view bsdName) override {
+    state_->generation.fetch_add(1);
     return raise(EventKind::Disappeared, bsdName);
   }
+  std::uint64_t diskStateGeneration() const override { return state_->generation.load(); }
   std::size_t simulateDiskPeek(std::string_view bsdName) override {
     return raise(EventKind::Peek, bsdName);
   }
@@ -346,6 +351,7 @@ class MachineDiskArbitration final : public SimulatedDiskArbitration {
       std::lock_guard lock(state_->mutex);
       keys = changedKeys(descriptionLocked(*index), *replacement);
       state_->replacedDescriptions[*index] = replacement;
+      state_->generation.fetch_add(1);
     }
     std::size_t count = 0;
     for (const auto& session : liveSessions()) {
