@@ -9,9 +9,10 @@ the settings benchmark's generator (N/8 disks of seven volumes, six of them
 mounted; M entries of which about three in four are orphans; K documents in
 32 groups) and runs `CVDiag --all-diagnostics --no-disk-utility-entities` on
 it `runs` times (default 3), each on a fresh copy of the registry file. It
-prints the median wall time and the largest peak resident memory of the
-child. A size whose first run takes longer than --max-seconds (default 120)
-is run once, and the larger sizes are then left out.
+prints the median wall time, the median CPU time (user and system; steadier
+than wall time on a shared machine) and the largest peak resident memory of
+the child. A size whose first run takes longer than --max-seconds (default
+120) is run once, and the larger sizes are then left out.
 
 Then it compares `CVDiag --version` with a C++ program that does nothing
 (built here with the system's g++ -O2), 21 runs each, medians.
@@ -40,7 +41,7 @@ def run(command, env):
     elapsed = time.perf_counter() - start
     if status != 0:
         sys.exit("%s failed: status %d: %s" % (command[0], status, err.decode(errors="replace")))
-    return elapsed, usage.ru_maxrss / 1024
+    return elapsed, usage.ru_maxrss / 1024, usage.ru_utime + usage.ru_stime
 
 
 def write_machine(folder, media, entries, documents):
@@ -59,8 +60,8 @@ def main():
     executable = os.path.abspath(args[0])
     runs = int(args[1]) if len(args) > 1 else 3
 
-    print("| N media / M entries / K documents | wall, median | peak memory | target |")
-    print("| ---: | ---: | ---: | --- |")
+    print("| N media / M entries / K documents | wall, median | CPU, median | peak memory | target |")
+    print("| ---: | ---: | ---: | ---: | --- |")
     for media, entries, documents in SIZES:
         with tempfile.TemporaryDirectory(prefix="cvdiag-scale-") as folder:
             write_machine(folder, media, entries, documents)
@@ -68,12 +69,13 @@ def main():
             original = folder + "/original.plist"
             shutil.copyfile(domain, original)
             env = dict(os.environ, CVDIAG_MACHINE=folder)
-            times, peaks = [], []
+            times, peaks, cpus = [], [], []
             for i in range(runs):
                 shutil.copyfile(original, domain)
-                elapsed, peak = run([executable, "--all-diagnostics", "--no-disk-utility-entities"], env)
+                elapsed, peak, cpu = run([executable, "--all-diagnostics", "--no-disk-utility-entities"], env)
                 times.append(elapsed)
                 peaks.append(peak)
+                cpus.append(cpu)
                 if elapsed > max_seconds:
                     break
         target = TARGETS.get((media, entries, documents))
@@ -81,9 +83,9 @@ def main():
         if target:
             met = statistics.median(times) < target[0] and max(peaks) < target[1]
             verdict = "under %g s and %d MiB: %s" % (target[0], target[1], "met" if met else "missed")
-        print("| %d / %d / %d | %.3f s%s | %.0f MiB | %s |" % (
+        print("| %d / %d / %d | %.3f s%s | %.3f s | %.0f MiB | %s |" % (
             media, entries, documents, statistics.median(times), "" if len(times) > 1 else " (1 run)",
-            max(peaks), verdict), flush=True)
+            statistics.median(cpus), max(peaks), verdict), flush=True)
         if times[0] > max_seconds and (media, entries, documents) != SIZES[-1]:
             print("| larger sizes | not run: the last took over %g s | | |" % max_seconds)
             break

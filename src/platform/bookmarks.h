@@ -50,7 +50,8 @@ class Bookmarks {
   virtual Result<URL> resolvingBookmarkData(const Bytes& bookmarkData, bool& bookmarkDataIsStale) const = 0;
 
   // resourceValuesForKeys:fromBookmarkData: the asked keys that the blob
-  // holds; nothing for a blob that is no bookmark.
+  // holds; nothing for a blob that is no bookmark. A key's value does not
+  // depend on the other keys asked with it.
   virtual std::optional<Dictionary> resourceValues(const std::vector<std::string>& keys,
                                                    const Bytes& bookmarkData) const = 0;
 };

@@ -2,10 +2,6 @@
 
 #include <algorithm>
 
-#include "platform/bookmarks.h"
-#include "platform/platform.h"
-#include "platform/url_resources.h"
-
 const RegistrySnapshot::DecodedEntries& RegistrySnapshot::bookmarks() const {
   return bookmarks_.get([&] {
     DecodedEntries decoded;
@@ -52,17 +48,12 @@ const std::string* RegistrySnapshot::firstGUIDCarrying(const std::optional<std::
 
 const std::vector<std::optional<std::string>>& RegistrySnapshot::volumeNames() const {
   return volumeNames_.get([&] {
-    const std::vector<std::string> keys{std::string(platform::NSURLVolumeNameKey)};
+    // The blob answers each key the same whichever keys are asked with it, so
+    // the name asked alone is the name in the bookmark's answer to the base
+    // keys: the blob is not decoded a second time.
     std::vector<std::optional<std::string>> names;
     names.reserve(entries_.size());
-    for (const auto& [key, blob] : entries_) {
-      std::optional<std::string> name;
-      if (auto values = platform::current().bookmarks->resourceValues(keys, blob)) {
-        if (const auto* value = platform::lookup(*values, platform::NSURLVolumeNameKey); value && value->string())
-          name = *value->string();
-      }
-      names.push_back(std::move(name));
-    }
+    for (const auto& [key, bookmark] : bookmarks()) names.push_back(bookmark.volumeName());
     return names;
   });
 }

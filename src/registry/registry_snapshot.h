@@ -40,7 +40,7 @@ class RegistrySnapshot {
   // The first GUID in key order whose bookmark carries the volume UUID text;
   // an absent text finds the first bookmark that carries none.
   const std::string* firstGUIDCarrying(const std::optional<std::string>& volumeUUIDString) const;
-  // The volume name of every entry read from its blob with the name key
+  // The volume name of every entry as its blob gives it for the name key
   // alone, in key order.
   const std::vector<std::optional<std::string>>& volumeNames() const;
 
