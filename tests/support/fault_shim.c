@@ -1,5 +1,5 @@
 /* Preloaded into CVDiag, makes the calls with which the preferences are written
- * (open, mkostemp, write, fsync, rename) fail in the folder CVDIAG_FAULT_FOLDER
+ * (open, mkostemp, write, rename) fail in the folder CVDIAG_FAULT_FOLDER
  * as CVDIAG_FAULT says: "EROFS", a read-only file system; "ENOSPC", a full one,
  * where no file can be made and no byte written; "ENOSPC:<n>", one that fills
  * up after <n> bytes, cutting short the write that crosses the mark. */
@@ -78,12 +78,6 @@ ssize_t write(int fd, const void *data, size_t size) {
   long long left = atomic_fetch_sub(&budget, (long long)size);
   if (left <= 0) return fail(ENOSPC);
   return REAL(write)(fd, data, left < (long long)size ? (size_t)left : size);
-}
-
-/* A full disk may also refuse the blocks of earlier writes at the flush. */
-int fsync(int fd) {
-  if (!fdInFolder(fd)) return REAL(fsync)(fd);
-  return kind == READ_ONLY || budget < 0 ? fail(kind == READ_ONLY ? EROFS : ENOSPC) : REAL(fsync)(fd);
 }
 
 int rename(const char *from, const char *to) {
