@@ -36,8 +36,6 @@ platform::Bytes blob(const std::string& name, const std::string& uuid, bool ejec
                {"NSURLVolumeIsEjectableKey", ejectable}});
 }
 
-
-
 class CVDiskManagerTest : public ::testing::Test {
  protected:
   void SetUp() override { machine.install(); }
@@ -191,20 +189,6 @@ TEST_F(CVDiskManagerTest, LocalizedNameFallsBackOnlyWhenEmpty) {
   EXPECT_EQ(manager->volumeLocalizedName("C"), "Lokal");
   EXPECT_EQ(manager->volumeName("D"), std::nullopt);
   EXPECT_EQ(manager->volumeName("E"), std::nullopt);
-}
-
-TEST_F(CVDiskManagerTest, DumpsWidthsNamesAndDuplicates) {
-  const std::string offsite = "21111111-2222-4333-8444-555555555555";
-  writeRegistry({{"10000000-0000-4000-8000-000000000001", blob("A name of fifty characters, cut to forty-five.....", kBackupUUID)},
-                 {"10000000-0000-4000-8000-000000000002", blob("Cafe\u0301 Re\u0301sume\u0301 \U0001F468\u200D\U0001F469\u200D\U0001F467 Photos \U0001F4F7", kBackupUUID)},
-                 {"10000000-0000-4000-8000-000000000003", blob({{"NSURLVolumeUUIDStringKey", kDataUUID}})},
-                 {"10000000-0000-4000-8000-000000000004", Bytes::fromString("no bookmark")},
-                 {"10000000-0000-4000-8000-000000000005", blob("Recovery", kRecoveryUUID)},
-                 {"30000000-0000-4000-8000-000000000001", blob({{"NSURLVolumeUUIDStringKey", offsite}})},
-                 {"30000000-0000-4000-8000-000000000002", blob("Offsite", offsite)},
-                 {"30000000-0000-4000-8000-000000000003", blob("Offsite", offsite)}});
-  auto manager = CVDiskManager::create();
-  expectGolden("dump.txt", cvdiag_test::withoutVolatileParts(manager->guidMapDump()) + *manager->duplicatesDump());
 }
 
 TEST_F(CVDiskManagerTest, ListsTheLocalDisksTheRegistryKnowsWithoutRegistering) {
