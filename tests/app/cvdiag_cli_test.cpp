@@ -15,8 +15,7 @@ using cvdiag_test::runCVDiag;
 using Environment = std::map<std::string, std::string>;
 
 std::string golden(const std::string& name) {
-  std::ifstream in(std::string(CVDIAG_SOURCE_DIR) + "/tests/app/golden/" + name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  return cvdiag_test::readFile(std::string(CVDIAG_SOURCE_DIR) + "/tests/app/golden/" + name);
 }
 
 // A machine folder whose machine.json does not load.

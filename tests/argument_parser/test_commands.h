@@ -2,7 +2,6 @@
 // Small commands that exercise the framework's declarations, and helpers that
 // parse or run them with captured streams.
 
-#include <fstream>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -13,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "argument_parser/argument_parser.h"
+#include "support/run_cvdiag.h"
 
 namespace apt {
 
@@ -43,8 +43,7 @@ namespace apt {
 
 // A whole expected text from tests/argument_parser/golden/.
 inline std::string golden(const std::string& name) {
-  std::ifstream file(std::string(CVDIAG_SOURCE_DIR) + "/tests/argument_parser/golden/" + name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  return cvdiag_test::readFile(std::string(CVDIAG_SOURCE_DIR) + "/tests/argument_parser/golden/" + name);
 }
 
 // The captured end of a run through the framework's main.
