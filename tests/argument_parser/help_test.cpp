@@ -99,13 +99,12 @@ TEST(Usage, SuperCommandNameStandsInFront) {
 }
 
 TEST(TextWrapping, WordsNewlinesAndIndents) {
-  EXPECT_EQ(wrapped("abc def ghi", 7), "abc\ndef ghi");
-  EXPECT_EQ(wrapped("abcdefghij klm", 5), "abcdefghij\nklm");
-  EXPECT_EQ(wrapped("abcdefghij", 5), "abcdefghij");
-  EXPECT_EQ(wrapped("a\n\nb", 10, 2), "  a\n\n  b");
-  EXPECT_EQ(wrapped("one two", 10, 3), "   one two");
-  EXPECT_EQ(wrapped("x", 5, 5), "");
-  EXPECT_EQ(wrapped("line\n", 10), "line\n");
+  const std::tuple<const char*, int, int, const char*> cases[] = {
+      {"abc def ghi", 7, 0, "abc\ndef ghi"}, {"abcdefghij klm", 5, 0, "abcdefghij\nklm"},
+      {"abcdefghij", 5, 0, "abcdefghij"},     {"a\n\nb", 10, 2, "  a\n\n  b"},
+      {"one two", 10, 3, "   one two"},       {"x", 5, 5, ""},
+      {"line\n", 10, 0, "line\n"}};
+  for (const auto& [text, width, indent, result] : cases) EXPECT_EQ(wrapped(text, width, indent), result) << text;
   EXPECT_EQ(indentingEachLine("a\n\nb", 3), "   a\n\n   b");
   EXPECT_EQ(hangingIndent("x\ny\nz"), "x\n       y\n       z");
   EXPECT_EQ(hangingIndent("one line"), "one line");

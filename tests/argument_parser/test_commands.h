@@ -17,7 +17,6 @@
 namespace apt {
 
 using namespace ArgumentParser;
-using Element = NameSpecification::Element;
 
 enum class Speed { slow, fast };
 enum class Color { red, green, blue };
