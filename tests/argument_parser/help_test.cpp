@@ -111,19 +111,12 @@ TEST(TextWrapping, WordsNewlinesAndIndents) {
 }
 
 TEST(TerminalWidth, ColumnsFromTheEnvironmentWin) {
-  auto env = [](std::optional<std::string> columns) {
-    return [columns](const std::string& name) -> std::optional<std::string> {
-      if (name == "COLUMNS") return columns;
-      if (name == "LINES") return std::string("40");
-      return std::nullopt;
-    };
-  };
-  EXPECT_EQ(terminalWidth(env("120")), 120);
-  EXPECT_EQ(terminalWidth(env("+90")), 90);
-  EXPECT_EQ(terminalWidth(env("-5")), -5);
+  EXPECT_EQ(terminalWidth(environment("120")), 120);
+  EXPECT_EQ(terminalWidth(environment("+90")), 90);
+  EXPECT_EQ(terminalWidth(environment("-5")), -5);
   // Anything else is no width: the one of the terminal or 80 is taken.
   for (const char* text : {"+-5", "-+5", "++5", "--5", "5x", " 5", "", "+", "99999999999"})
-    EXPECT_EQ(terminalWidth(env(text)), terminalWidth(env(std::nullopt))) << text;
+    EXPECT_EQ(terminalWidth(environment(text)), terminalWidth(environment(std::nullopt))) << text;
 }
 
 // The hidden form drops short names; the default names are in the goldens.

@@ -53,17 +53,21 @@ struct Outcome {
   int exitStatus = -1;  // what was handed to exit, -1 if exit was not called
 };
 
+// An environment with only COLUMNS (when given) and LINES.
+inline auto environment(std::optional<std::string> columns) {
+  return [columns](const std::string& name) -> std::optional<std::string> {
+    if (name == "COLUMNS") return columns;
+    if (name == "LINES") return std::string("24");
+    return std::nullopt;
+  };
+}
+
 template <class T>
 Outcome runMain(const std::vector<std::string>& arguments, std::optional<std::string> columns = "80") {
   std::ostringstream out;
   std::ostringstream err;
   Outcome outcome;
-  ProcessIO io{out, err, [&outcome](int status) { outcome.exitStatus = status; },
-               [columns](const std::string& name) -> std::optional<std::string> {
-                 if (name == "COLUMNS") return columns;
-                 if (name == "LINES") return std::string("24");
-                 return std::nullopt;
-               }};
+  ProcessIO io{out, err, [&outcome](int status) { outcome.exitStatus = status; }, environment(columns)};
   outcome.status = ArgumentParser::main(typeOf<T>(), arguments, io);
   outcome.out = out.str();
   outcome.err = err.str();
