@@ -99,11 +99,13 @@ TEST(Usage, SuperCommandNameStandsInFront) {
 }
 
 TEST(TextWrapping, WordsNewlinesAndIndents) {
-  const std::tuple<const char*, int, int, const char*> cases[] = {
-      {"abc def ghi", 7, 0, "abc\ndef ghi"}, {"abcdefghij klm", 5, 0, "abcdefghij\nklm"},
-      {"abcdefghij", 5, 0, "abcdefghij"},     {"a\n\nb", 10, 2, "  a\n\n  b"},
-      {"one two", 10, 3, "   one two"},       {"x", 5, 5, ""},
-      {"line\n", 10, 0, "line\n"}};
+  const std::tuple<const char*, int, int, const char*> cases[] = {{"abc def ghi", 7, 0, "abc\ndef ghi"},
+                                                                  {"abcdefghij klm", 5, 0, "abcdefghij\nklm"},
+                                                                  {"abcdefghij", 5, 0, "abcdefghij"},
+                                                                  {"a\n\nb", 10, 2, "  a\n\n  b"},
+                                                                  {"one two", 10, 3, "   one two"},
+                                                                  {"x", 5, 5, ""},
+                                                                  {"line\n", 10, 0, "line\n"}};
   for (const auto& [text, width, indent, result] : cases) EXPECT_EQ(wrapped(text, width, indent), result) << text;
   EXPECT_EQ(indentingEachLine("a\n\nb", 3), "   a\n\n   b");
   EXPECT_EQ(hangingIndent("x\ny\nz"), "x\n       y\n       z");

@@ -16,10 +16,14 @@ std::vector<std::string> synopses(const std::vector<Name>& names) {
 }
 
 TEST(NameConversion, SplitsAtCapitalsAndRunsOfCapitals) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"allDiagnostics", "all-diagnostics"}, {"JSONReader", "json-reader"}, {"knownUUIDs", "known-uui-ds"},
-      {"showKnownVolumeRegistery", "show-known-volume-registery"}, {"already-split", "already-split"},
-      {"URL", "url"}, {"x", "x"}, {"", ""}};
+  const std::pair<const char*, const char*> cases[] = {{"allDiagnostics", "all-diagnostics"},
+                                                       {"JSONReader", "json-reader"},
+                                                       {"knownUUIDs", "known-uui-ds"},
+                                                       {"showKnownVolumeRegistery", "show-known-volume-registery"},
+                                                       {"already-split", "already-split"},
+                                                       {"URL", "url"},
+                                                       {"x", "x"},
+                                                       {"", ""}};
   for (const auto& [identifier, name] : cases) EXPECT_EQ(convertedToSnakeCase(identifier), name) << identifier;
   EXPECT_EQ(convertedToSnakeCase("fooBar", '_'), "foo_bar");
 }
@@ -70,10 +74,13 @@ TEST(InvertedNames, PrefixRulesForEachKindOfName) {
 }
 
 TEST(EditDistance, CountsCharactersAfterTrimmingCommonEnds) {
-  const std::tuple<const char*, const char*, int> cases[] = {
-      {"", "abc", 3}, {"abc", "", 3}, {"same", "same", 0}, {"--all-diagnostic", "--all-diagnostics", 1},
-      {"--all-diagnostisc", "--all-diagnostics", 2}, {"kitten", "sitting", 3},
-      {"ñandú", "nandu", 2}};  // characters, not bytes
+  const std::tuple<const char*, const char*, int> cases[] = {{"", "abc", 3},
+                                                             {"abc", "", 3},
+                                                             {"same", "same", 0},
+                                                             {"--all-diagnostic", "--all-diagnostics", 1},
+                                                             {"--all-diagnostisc", "--all-diagnostics", 2},
+                                                             {"kitten", "sitting", 3},
+                                                             {"ñandú", "nandu", 2}};  // characters, not bytes
   for (const auto& [a, b, distance] : cases) EXPECT_EQ(editDistance(a, b), distance) << a << " " << b;
 }
 

@@ -119,7 +119,8 @@ TEST_P(SettingsReportTest, MatchesItsGolden) {
   std::filesystem::copy(overlay, machine.folder(),
                         std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
   for (const auto& entry : std::filesystem::recursive_directory_iterator(overlay)) {
-    if (entry.path().extension() == ".cvss") documents.push_back("/" + entry.path().lexically_relative(overlay).string());
+    if (entry.path().extension() == ".cvss")
+      documents.push_back("/" + entry.path().lexically_relative(overlay).string());
   }
   auto result = run({"--settings-volumes"});
   machine.expectGolden(std::string(GetParam()) + ".txt", result.out);

@@ -21,11 +21,11 @@ TEST_F(CVDiskVolumePropertiesTest, FormatComesFromTheMountThenTheTypeThenTheKind
     bool foreign;
   };
   const Case cases[] = {
-      {"disk2s1", "MS-DOS (FAT16)", "MS-DOS FAT16", true},  // mounted
-      {"disk2s2", "MS-DOS (FAT32)", "MS-DOS FAT32", true},  // kind msdos
-      {"disk2s3", "HFS", std::nullopt, false},              // kind hfs
+      {"disk2s1", "MS-DOS (FAT16)", "MS-DOS FAT16", true},                  // mounted
+      {"disk2s2", "MS-DOS (FAT32)", "MS-DOS FAT32", true},                  // kind msdos
+      {"disk2s3", "HFS", std::nullopt, false},                              // kind hfs
       {"disk2s4", "Mac OS Extended (Journaled)", "Journaled HFS+", false},  // a volume type
-      {"disk2s5", std::nullopt, std::nullopt, true},        // no kind
+      {"disk2s5", std::nullopt, std::nullopt, true},                        // no kind
       {"disk2s6", std::nullopt, std::nullopt, false},  // ready without a format: its mount alone answers
   };
   for (const auto& c : cases) {
@@ -112,8 +112,8 @@ TEST_F(CVDiskVolumePropertiesTest, MediaAndDeviceFacts) {
       {"disk6s1", true, false, false, true},  {"disk6s2", false, false, false, false},
       {"disk6s3", false, true, false, false},  // CoreStorage ignores "Encrypted"
       {"disk6s4", false, false, true, false},  // "RAID" is no boolean: no property
-      {"disk6s5", false, false, true, false},
-      {"disk6s7", false, false, false, true}, {"disk6s8", false, false, false, true},
+      {"disk6s5", false, false, true, false}, {"disk6s7", false, false, false, true},
+      {"disk6s8", false, false, false, true},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.bsdName);

@@ -24,42 +24,40 @@ using CVDiskVolumeRelationsTest = VolumeMachineTest;
 TEST_F(CVDiskVolumeRelationsTest, RolesComeFromTheNameThenTheFirstRoleWord) {
   install("roles");  // the boot container and volumes of other role words
   const std::pair<const char*, VolumeRole> cases[] = {
-      {"disk3s1s1", VolumeRole::mountedSystemSnapshot}, {"disk3s1", VolumeRole::system},
-      {"disk3s4", VolumeRole::virtualMemory}, {"disk3", VolumeRole::generic}, {"disk5s1", VolumeRole::timeMachine},
-      {"disk5s2", VolumeRole::generic},  // "preboot", "Data"
-      {"disk5s3", VolumeRole::generic},  // no words
-      {"disk5s4", VolumeRole::generic},  // a number
+      {"disk3s1s1", VolumeRole::mountedSystemSnapshot},
+      {"disk3s1", VolumeRole::system},
+      {"disk3s4", VolumeRole::virtualMemory},
+      {"disk3", VolumeRole::generic},
+      {"disk5s1", VolumeRole::timeMachine},
+      {"disk5s2", VolumeRole::generic},   // "preboot", "Data"
+      {"disk5s3", VolumeRole::generic},   // no words
+      {"disk5s4", VolumeRole::generic},   // a number
       {"disk5s5", VolumeRole::generic}};  // "System", 5: not an array of strings
   for (const auto& [bsdName, role] : cases) EXPECT_EQ(volume(bsdName)->volumeRole(), role) << bsdName;
 }
 
+// The golden information blocks show the boot container's parents, group
+// members and bootability; these are the relations they do not.
 TEST_F(CVDiskVolumeRelationsTest, WholeDiskHasOnlyChildren) {
   install("boot_container");
   auto whole = volume("disk3");
-  EXPECT_FALSE(whole->parent());
   EXPECT_FALSE(whole->siblings());
   EXPECT_EQ(namesOf(whole->children()),
             (std::set<std::string>{"disk3s1", "disk3s1s1", "disk3s2", "disk3s3", "disk3s4", "disk3s5"}));
-  EXPECT_FALSE(whole->systemVolume());
-  EXPECT_FALSE(whole->isBootableAPFSContainer());
 
   auto system = volume("disk3s1");
-  EXPECT_EQ(nameOf(system->parent()), "disk3");
   EXPECT_FALSE(system->children());
   // The snapshot goes through the whole disk, so it is a sibling too.
   EXPECT_EQ(namesOf(system->siblings()),
             (std::set<std::string>{"disk3s1s1", "disk3s2", "disk3s3", "disk3s4", "disk3s5"}));
 }
 
-// The golden information blocks show the boot container's relations; these
-// are the ones they do not.
 TEST_F(CVDiskVolumeRelationsTest, GroupMembersFindEachOther) {
   install("boot_container");
   auto system = volume("disk3s1");
   auto data = volume("disk3s5");
   EXPECT_EQ(system->systemVolume().get(), system.get());
   EXPECT_EQ(data->dataVolume().get(), data.get());
-  EXPECT_EQ(nameOf(system->dataVolume()), "disk3s5");
   // Helpers are outside the group, so they find no system.
   EXPECT_FALSE(volume("disk3s2")->systemVolume());
   EXPECT_EQ(nameOf(data->mountedSnapshotVolume()), "disk3s1s1");

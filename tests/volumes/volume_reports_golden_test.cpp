@@ -41,10 +41,10 @@ TEST_F(VolumeReportsGoldenTest, DebugDescriptions) {
 }
 
 TEST(VolumeReportsEmptyMachineTest, FailingRegistryOrSessionsLeaveTheHeadingsAlone) {
-  for (const std::string failure : {"IOServiceGetMatchingServices", "DASessionCreate"}) {
-    testsupport::MachineBuilder machine;
-    machine.jsonText(R"({"media": [{"da": {"DAMediaBSDName": "disk0", "DAMediaWhole": true}, "io": {"BSD Name": "disk0"}}],)"
-                     R"( "failures": [")" + failure + "\"]}");
+  // A whole disk on a machine where the I/O registry, or else the Disk
+  // Arbitration session, fails.
+  for (const char* failure : {"volumes/no_registry", "volumes/no_session"}) {
+    testsupport::MachineBuilder machine(failure);
     machine.install();
     EXPECT_TRUE(CVDiskVolume::localDisks().empty()) << failure;
     std::ostringstream catalogue;

@@ -20,9 +20,17 @@ TEST(FileManagerTest, ExistenceIsLookedUpBelowTheFolderAndForDeviceNodes) {
   auto fm = m.platform().fileManager;
   // ".." never climbs out of the folder.
   const std::pair<std::string, bool> cases[] = {
-      {"/Volumes/Data/a.txt", true}, {"/Volumes/Empty/", true}, {"/", true}, {"/Volumes/Data/link", true},
-      {"/Volumes/Data/dangling", false}, {"/Volumes/Other", false}, {"/dev/disk4s2", true}, {"/dev/rdisk9", true},
-      {"/dev/disk4s3", false}, {"/dev/disk4", false}, {"/../Volumes/Data/a.txt", true},
+      {"/Volumes/Data/a.txt", true},
+      {"/Volumes/Empty/", true},
+      {"/", true},
+      {"/Volumes/Data/link", true},
+      {"/Volumes/Data/dangling", false},
+      {"/Volumes/Other", false},
+      {"/dev/disk4s2", true},
+      {"/dev/rdisk9", true},
+      {"/dev/disk4s3", false},
+      {"/dev/disk4", false},
+      {"/../Volumes/Data/a.txt", true},
       {"/../../" + m.folder().filename().string() + "/machine.json/x", false}};
   for (const auto& [path, exists] : cases) EXPECT_EQ(fm->fileExistsAtPath(path), exists) << path;
 }

@@ -56,15 +56,6 @@ TEST(MachineLoaderTest, ReadsEveryKeyWithTypedValues) {
   EXPECT_EQ(machine->media[2].whole.kind, WholeRule::Kind::Default);
 }
 
-TEST(MachineLoaderTest, AnEmptyDocumentGivesTheDefaults) {
-  MachineBuilder m;
-  auto machine = m.load();
-  EXPECT_EQ(machine->home, "/Users/user");
-  EXPECT_FALSE(machine->bundleIdentifier);
-  EXPECT_TRUE(machine->media.empty());
-  EXPECT_FALSE(machine->isHost);
-}
-
 TEST(MachineLoaderTest, ProblemsAreOneLineNamingTheFileAndThePlace) {
   // Each line of the table: a machine.json text, a tab, the problem it has.
   std::ifstream table(std::string(CVDIAG_SOURCE_DIR) + "/tests/platform/golden/machine-json-problems.tsv");

@@ -99,7 +99,8 @@ TEST(PropertyListCodecTest, ReadsHandWrittenXMLWithNegativeNumbersAndDates) {
 TEST(PropertyListCodecTest, ReadsBinaryListsOfOtherWritersWithSharedValues) {
   // Keys and values shared between two dictionaries, as real writers do:
   // one-byte references and a UTF-16 name.
-  auto v = decode(cvdiag_test::readFile(std::string(CVDIAG_SOURCE_DIR) + "/tests/platform/golden/shared-values.bplist"));
+  auto v =
+      decode(cvdiag_test::readFile(std::string(CVDIAG_SOURCE_DIR) + "/tests/platform/golden/shared-values.bplist"));
   ASSERT_TRUE(v) << v.error().localizedDescription;
   Value entry(Dictionary{{"Name", "D\xc3\xa9j\xc3\xa0 \xf0\x9f\x92\xbe"}});
   EXPECT_EQ(*v, Value(Array{entry, entry, entry}));
