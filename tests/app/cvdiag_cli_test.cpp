@@ -2,11 +2,10 @@
 // and that none of them depends on the machine folder unless a report runs.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <sstream>
 
+#include "support/machine_builder.h"
 #include "support/run_cvdiag.h"
 
 namespace {
@@ -15,16 +14,7 @@ using cvdiag_test::runCVDiag;
 using Environment = std::map<std::string, std::string>;
 
 std::string golden(const std::string& name) {
-  std::ifstream in(std::string(CVDIAG_SOURCE_DIR) + "/tests/app/golden/" + name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-// A machine folder whose machine.json does not load.
-std::string brokenMachine() {
-  auto folder = std::filesystem::path(testing::TempDir()) / "cvdiag-broken-machine";
-  std::filesystem::create_directories(folder);
-  std::ofstream(folder / "machine.json") << "{";
-  return folder.string();
+  return cvdiag_test::readFile(std::string(CVDIAG_SOURCE_DIR) + "/tests/app/golden/" + name);
 }
 
 TEST(CVDiagCommandLine, NoFlagAndPruneAlonePrintNothing) {
@@ -79,7 +69,9 @@ TEST(CVDiagCommandLine, RefusedCommandLines) {
 // completion scripts come out the same on a folder that does not load, and
 // only a run that would read the machine fails with the folder's one line.
 TEST(CVDiagCommandLine, OnlyARunReadsTheMachineFolder) {
-  const std::string folder = brokenMachine();
+  testsupport::MachineBuilder machine;
+  machine.jsonText("{");  // a machine.json that does not load
+  const std::string folder = machine.folder().string();
   for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
            {"--help"}, {"-h"}, {"--bad"}, {"--generate-completion-script", "bash"}, {"--version", "x"}}) {
     SCOPED_TRACE(arguments.front());

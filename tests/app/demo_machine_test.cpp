@@ -9,9 +9,7 @@
 #include <stdlib.h>
 
 #include <filesystem>
-#include <fstream>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 

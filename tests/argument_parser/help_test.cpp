@@ -99,32 +99,26 @@ TEST(Usage, SuperCommandNameStandsInFront) {
 }
 
 TEST(TextWrapping, WordsNewlinesAndIndents) {
-  EXPECT_EQ(wrapped("abc def ghi", 7), "abc\ndef ghi");
-  EXPECT_EQ(wrapped("abcdefghij klm", 5), "abcdefghij\nklm");
-  EXPECT_EQ(wrapped("abcdefghij", 5), "abcdefghij");
-  EXPECT_EQ(wrapped("a\n\nb", 10, 2), "  a\n\n  b");
-  EXPECT_EQ(wrapped("one two", 10, 3), "   one two");
-  EXPECT_EQ(wrapped("x", 5, 5), "");
-  EXPECT_EQ(wrapped("line\n", 10), "line\n");
+  const std::tuple<const char*, int, int, const char*> cases[] = {{"abc def ghi", 7, 0, "abc\ndef ghi"},
+                                                                  {"abcdefghij klm", 5, 0, "abcdefghij\nklm"},
+                                                                  {"abcdefghij", 5, 0, "abcdefghij"},
+                                                                  {"a\n\nb", 10, 2, "  a\n\n  b"},
+                                                                  {"one two", 10, 3, "   one two"},
+                                                                  {"x", 5, 5, ""},
+                                                                  {"line\n", 10, 0, "line\n"}};
+  for (const auto& [text, width, indent, result] : cases) EXPECT_EQ(wrapped(text, width, indent), result) << text;
   EXPECT_EQ(indentingEachLine("a\n\nb", 3), "   a\n\n   b");
   EXPECT_EQ(hangingIndent("x\ny\nz"), "x\n       y\n       z");
   EXPECT_EQ(hangingIndent("one line"), "one line");
 }
 
 TEST(TerminalWidth, ColumnsFromTheEnvironmentWin) {
-  auto env = [](std::optional<std::string> columns) {
-    return [columns](const std::string& name) -> std::optional<std::string> {
-      if (name == "COLUMNS") return columns;
-      if (name == "LINES") return std::string("40");
-      return std::nullopt;
-    };
-  };
-  EXPECT_EQ(terminalWidth(env("120")), 120);
-  EXPECT_EQ(terminalWidth(env("+90")), 90);
-  EXPECT_EQ(terminalWidth(env("-5")), -5);
+  EXPECT_EQ(terminalWidth(environment("120")), 120);
+  EXPECT_EQ(terminalWidth(environment("+90")), 90);
+  EXPECT_EQ(terminalWidth(environment("-5")), -5);
   // Anything else is no width: the one of the terminal or 80 is taken.
   for (const char* text : {"+-5", "-+5", "++5", "--5", "5x", " 5", "", "+", "99999999999"})
-    EXPECT_EQ(terminalWidth(env(text)), terminalWidth(env(std::nullopt))) << text;
+    EXPECT_EQ(terminalWidth(environment(text)), terminalWidth(environment(std::nullopt))) << text;
 }
 
 // The hidden form drops short names; the default names are in the goldens.

@@ -16,15 +16,15 @@ std::vector<std::string> synopses(const std::vector<Name>& names) {
 }
 
 TEST(NameConversion, SplitsAtCapitalsAndRunsOfCapitals) {
-  EXPECT_EQ(convertedToSnakeCase("allDiagnostics"), "all-diagnostics");
-  EXPECT_EQ(convertedToSnakeCase("JSONReader"), "json-reader");
-  EXPECT_EQ(convertedToSnakeCase("knownUUIDs"), "known-uui-ds");
-  EXPECT_EQ(convertedToSnakeCase("showKnownVolumeRegistery"), "show-known-volume-registery");
-  EXPECT_EQ(convertedToSnakeCase("pruneOrphans"), "prune-orphans");
-  EXPECT_EQ(convertedToSnakeCase("already-split"), "already-split");
-  EXPECT_EQ(convertedToSnakeCase("URL"), "url");
-  EXPECT_EQ(convertedToSnakeCase("x"), "x");
-  EXPECT_EQ(convertedToSnakeCase(""), "");
+  const std::pair<const char*, const char*> cases[] = {{"allDiagnostics", "all-diagnostics"},
+                                                       {"JSONReader", "json-reader"},
+                                                       {"knownUUIDs", "known-uui-ds"},
+                                                       {"showKnownVolumeRegistery", "show-known-volume-registery"},
+                                                       {"already-split", "already-split"},
+                                                       {"URL", "url"},
+                                                       {"x", "x"},
+                                                       {"", ""}};
+  for (const auto& [identifier, name] : cases) EXPECT_EQ(convertedToSnakeCase(identifier), name) << identifier;
   EXPECT_EQ(convertedToSnakeCase("fooBar", '_'), "foo_bar");
 }
 
@@ -74,13 +74,14 @@ TEST(InvertedNames, PrefixRulesForEachKindOfName) {
 }
 
 TEST(EditDistance, CountsCharactersAfterTrimmingCommonEnds) {
-  EXPECT_EQ(editDistance("", "abc"), 3);
-  EXPECT_EQ(editDistance("abc", ""), 3);
-  EXPECT_EQ(editDistance("same", "same"), 0);
-  EXPECT_EQ(editDistance("--all-diagnostic", "--all-diagnostics"), 1);
-  EXPECT_EQ(editDistance("--all-diagnostisc", "--all-diagnostics"), 2);
-  EXPECT_EQ(editDistance("kitten", "sitting"), 3);
-  EXPECT_EQ(editDistance("ñandú", "nandu"), 2);  // characters, not bytes
+  const std::tuple<const char*, const char*, int> cases[] = {{"", "abc", 3},
+                                                             {"abc", "", 3},
+                                                             {"same", "same", 0},
+                                                             {"--all-diagnostic", "--all-diagnostics", 1},
+                                                             {"--all-diagnostisc", "--all-diagnostics", 2},
+                                                             {"kitten", "sitting", 3},
+                                                             {"ñandú", "nandu", 2}};  // characters, not bytes
+  for (const auto& [a, b, distance] : cases) EXPECT_EQ(editDistance(a, b), distance) << a << " " << b;
 }
 
 }  // namespace

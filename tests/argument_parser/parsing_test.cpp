@@ -239,11 +239,6 @@ TEST(OptionGroups, DecodeUnderTheGroupPathAndValidate) {
   EXPECT_TRUE(add->options.value().verbose.value());
   EXPECT_EQ(add->options.value().output.value(), "sum.txt");
 
-  auto set = typeOf<Add>()->argumentSet(ArgumentVisibility::private_);
-  ASSERT_EQ(set.size(), 3u);
-  EXPECT_EQ(set[1].help.keys.front().description(), "options.verbose");
-  EXPECT_EQ(set[1].help.parentTitle, "Output");
-
   // `--output=` has no value: it is missing
   EXPECT_EQ(kind<Add>({"--output="}), C::missingValueForOption);
   EXPECT_EQ(kind<Add>({"--output", ""}), C::userValidationError);

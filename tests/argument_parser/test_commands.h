@@ -2,7 +2,6 @@
 // Small commands that exercise the framework's declarations, and helpers that
 // parse or run them with captured streams.
 
-#include <fstream>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -13,11 +12,11 @@
 #include <gtest/gtest.h>
 
 #include "argument_parser/argument_parser.h"
+#include "support/run_cvdiag.h"
 
 namespace apt {
 
 using namespace ArgumentParser;
-using Element = NameSpecification::Element;
 
 enum class Speed { slow, fast };
 enum class Color { red, green, blue };
@@ -43,8 +42,7 @@ namespace apt {
 
 // A whole expected text from tests/argument_parser/golden/.
 inline std::string golden(const std::string& name) {
-  std::ifstream file(std::string(CVDIAG_SOURCE_DIR) + "/tests/argument_parser/golden/" + name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  return cvdiag_test::readFile(std::string(CVDIAG_SOURCE_DIR) + "/tests/argument_parser/golden/" + name);
 }
 
 // The captured end of a run through the framework's main.
@@ -55,17 +53,21 @@ struct Outcome {
   int exitStatus = -1;  // what was handed to exit, -1 if exit was not called
 };
 
+// An environment with only COLUMNS (when given) and LINES.
+inline auto environment(std::optional<std::string> columns) {
+  return [columns](const std::string& name) -> std::optional<std::string> {
+    if (name == "COLUMNS") return columns;
+    if (name == "LINES") return std::string("24");
+    return std::nullopt;
+  };
+}
+
 template <class T>
 Outcome runMain(const std::vector<std::string>& arguments, std::optional<std::string> columns = "80") {
   std::ostringstream out;
   std::ostringstream err;
   Outcome outcome;
-  ProcessIO io{out, err, [&outcome](int status) { outcome.exitStatus = status; },
-               [columns](const std::string& name) -> std::optional<std::string> {
-                 if (name == "COLUMNS") return columns;
-                 if (name == "LINES") return std::string("24");
-                 return std::nullopt;
-               }};
+  ProcessIO io{out, err, [&outcome](int status) { outcome.exitStatus = status; }, environment(columns)};
   outcome.status = ArgumentParser::main(typeOf<T>(), arguments, io);
   outcome.out = out.str();
   outcome.err = err.str();

@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <regex>
 
 #include <gtest/gtest.h>
@@ -117,7 +116,9 @@ std::string archiveListing(const Recording& r) {
 
 }  // namespace
 
-TEST(RecordScriptTest, ArchivesEverySampleMacAsItsToolsPrintedIt) {
+// Each sample Mac is archived as its tools printed it, then imported,
+// checked, described and replayed through CVDiag.
+TEST(RecordScriptTest, ArchivesEverySampleMacAsPrintedAndReplaysItThroughCVDiag) {
   for (const std::string scenario : kScenarios) {
     SCOPED_TRACE(scenario);
     Scratch scratch;
@@ -142,6 +143,23 @@ TEST(RecordScriptTest, ArchivesEverySampleMacAsItsToolsPrintedIt) {
          "root/Users/ada/Library/Application Support/Corvane!/Nightly \"Ada's\" Copy — Zürich.cvsp/Session Settings.cvss"},
         {"settings-dates/Nightly \"Ada's\" Copy — Zürich.cvsp/Session Settings.cvss", "dates"}};
     for (const auto& [archived, original] : same) EXPECT_EQ(cvdiag_test::readFile(r.unpacked / archived), cvdiag_test::readFile(mac / original)) << archived;
+
+    const fs::path folder = scratch.dir() / "machine";
+    const fs::path archive = scratch.dir() / "out" / r.archiveName;
+    auto imported = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"import", archive.string(), folder.string()});
+    EXPECT_EQ(imported.status, 0) << imported.err;
+    expectGolden(scenario + "/import.txt", imported.out);
+    expectGolden(scenario + "/machine.json", cvdiag_test::readFile(folder / "machine.json"));
+    auto checked = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"check", folder.string()});
+    expectGolden(scenario + "/check.txt", checked.out + "status " + std::to_string(checked.status) + "\n");
+    auto described = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"describe", folder.string()});
+    expectGolden(scenario + "/describe.txt", described.out);
+    auto report = cvdiag_test::runCVDiag({"--all-diagnostics"}, {{"CVDIAG_MACHINE", folder.string()}});
+    EXPECT_EQ(report.status, 0) << report.err;
+    expectGolden(scenario + "/report.txt", cvdiag_test::withoutVolatileParts(report.out));
+    // The folder stays a folder: a second import into it is refused.
+    auto again = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"import", archive.string(), folder.string()});
+    EXPECT_EQ(again.status, 1);
   }
 }
 
@@ -162,31 +180,6 @@ TEST(RecordScriptTest, WhatCannotBeReadGoesToTheManifestAndTheRecordingGoesOn) {
   expectGolden("unreadable/import.txt", imported.out);
   auto report = cvdiag_test::runCVDiag({"--all-diagnostics"}, {{"CVDIAG_MACHINE", folder.string()}});
   expectGolden("unreadable/report.txt", cvdiag_test::withoutVolatileParts(report.out));
-}
-
-TEST(ImportReplayTest, EverySampleMacReplaysThroughCVDiag) {
-  for (const std::string scenario : kScenarios) {
-    SCOPED_TRACE(scenario);
-    Scratch scratch;
-    Recording r = record(scratch, copyMac(scratch, scenario));
-    ASSERT_EQ(r.run.status, 0) << r.run.err;
-    const fs::path folder = scratch.dir() / "machine";
-    const fs::path archive = scratch.dir() / "out" / r.archiveName;
-    auto imported = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"import", archive.string(), folder.string()});
-    EXPECT_EQ(imported.status, 0) << imported.err;
-    expectGolden(scenario + "/import.txt", imported.out);
-    expectGolden(scenario + "/machine.json", cvdiag_test::readFile(folder / "machine.json"));
-    auto checked = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"check", folder.string()});
-    expectGolden(scenario + "/check.txt", checked.out + "status " + std::to_string(checked.status) + "\n");
-    auto described = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"describe", folder.string()});
-    expectGolden(scenario + "/describe.txt", described.out);
-    auto report = cvdiag_test::runCVDiag({"--all-diagnostics"}, {{"CVDIAG_MACHINE", folder.string()}});
-    EXPECT_EQ(report.status, 0) << report.err;
-    expectGolden(scenario + "/report.txt", cvdiag_test::withoutVolatileParts(report.out));
-    // The folder stays a folder: a second import into it is refused.
-    auto again = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"import", archive.string(), folder.string()});
-    EXPECT_EQ(again.status, 1);
-  }
 }
 
 TEST(ImportReplayTest, DamagedRecordingsGiveOneLineAndNoFolder) {

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <stdexcept>
 #include <thread>
 #include <vector>
 

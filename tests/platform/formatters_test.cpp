@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <limits>
+
+#include "support/run_cvdiag.h"
 
 using namespace platform;
 
@@ -41,8 +41,8 @@ TEST(FoundationDescriptionTest, NestedContainersIndentAndQuoteByTheTextRule) {
       {"", ""},
       {"Nested", Dictionary{{"a", -7}}},
   };
-  std::ifstream golden(std::string(CVDIAG_SOURCE_DIR) + "/tests/platform/golden/nested.description");
-  EXPECT_EQ(foundationDescription(d), std::string(std::istreambuf_iterator<char>(golden), {}));
+  EXPECT_EQ(foundationDescription(d),
+            cvdiag_test::readFile(std::string(CVDIAG_SOURCE_DIR) + "/tests/platform/golden/nested.description"));
 }
 
 TEST(FoundationDescriptionTest, ArraysOfDiskNamesAndTheAbsentDictionary) {

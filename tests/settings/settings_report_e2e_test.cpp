@@ -108,58 +108,29 @@ class SettingsMachine : public ::testing::Test {
   std::vector<std::string> documents;
 };
 
-struct Case {
-  const char* golden;
-  std::vector<Entry> registry;
-  std::vector<std::pair<std::string, Dictionary>> documents;
-};
-
-const Case kCases[] = {
-    {"all_discrete",
-     {{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Photos", uuid('B', 2)}},
-     {{"Nightly.cvsp", session(guid(1), "Backup", guid(2), "Photos")}}},
-    // Registered as "Work", since renamed "Projects": source of one document, target of another.
-    {"group_by_name",
-     {{guid(4), "Work", uuid('B', 4)}},
-     {{"Projects.cvsp", session(guid(4), "Work", kBad, "Photos")},
-      {"Mirror.cvsp", session(kBad, "Photos", guid(4), "Work", std::nullopt)}}},
-    {"group_unknown_guid",
-     {},
-     {{"Migration.cvsp", session(guid(9), "Backup", kBad, "")}, {"Copy.cvsp", session(kBad, "", guid(9), "Backup")},
-      {"Sub/Third.cvsp", session(guid(9), "Backup", kBad, "")}}},
-    {"no_settings_folder",
-     {{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Photos", uuid('B', 2)}, {guid(3), std::nullopt, uuid('B', 3)}}, {}},
-    {"group_unresolvable",
-     {{guid(6), "Offsite", uuid('C', 6)}},
-     {{"Offsite.cvsp", session(guid(6), "Offsite", kBad, "")}, {"Weekly.cvsp", session(kBad, "", guid(6), "Offsite")}}},
-    // An orphan, "Café" composed and decomposed, one GUID with two names, a document without references.
-    {"all_groups",
-     {{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Photos", uuid('B', 2)}, {guid(3), "Archive", uuid('B', 3)},
-      {guid(4), "Work", uuid('B', 4)}, {guid(5), "Cafe\u0301", uuid('B', 5)}, {guid(6), "Offsite", uuid('C', 6)},
-      {guid(7), "Old", uuid('C', 7)}, {guid(10), "Backup", uuid('C', 10)}, {guid(11), std::nullopt, uuid('B', 2)},
-      {"no-uuid", "Backup", uuid('B', 1)}},
-     {{"Nightly.cvsp", session(guid(1), "Backup", guid(2), "Photos")},
-      {"Projects.cvsp", session(guid(4), "Work", guid(5), "Caf\u00E9")},
-      {"Archive/Old Photos.cvsp", session(guid(3), "Archive", guid(6), "Offsite")},
-      {"Migration.cvsp", session(guid(9), "Backup", guid(1), "Backup")},
-      {"Two Names.cvsp", session(guid(2), "Pictures", guid(2), "Photos")},
-      {"Empty.cvsp", session(kBad, "Backup", kBad, "Photos")},
-      {"Offsite Backup.cvsp", session(guid(10), "Backup", guid(11), "Photos")}}},
-};
-
-class SettingsReportTest : public SettingsMachine, public ::testing::WithParamInterface<Case> {};
+class SettingsReportTest : public SettingsMachine, public ::testing::WithParamInterface<const char*> {};
 
 }  // namespace
 
+// A case's registry and documents (tests/machines/settings_cases/<case>)
+// laid over the settings machine.
 TEST_P(SettingsReportTest, MatchesItsGolden) {
-  registry(GetParam().registry);
-  for (const auto& [package, settings] : GetParam().documents) document(package, settings);
+  const auto overlay = std::filesystem::path(CVDIAG_TEST_MACHINES) / "settings_cases" / GetParam();
+  std::filesystem::copy(overlay, machine.folder(),
+                        std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(overlay)) {
+    if (entry.path().extension() == ".cvss")
+      documents.push_back("/" + entry.path().lexically_relative(overlay).string());
+  }
   auto result = run({"--settings-volumes"});
-  machine.expectGolden(std::string(GetParam().golden) + ".txt", result.out);
+  machine.expectGolden(std::string(GetParam()) + ".txt", result.out);
   EXPECT_EQ(result.err + std::to_string(result.status), "0");
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, SettingsReportTest, ::testing::ValuesIn(kCases), [](auto& i) { return i.param.golden; });
+INSTANTIATE_TEST_SUITE_P(Cases, SettingsReportTest,
+                         ::testing::Values("all_discrete", "group_by_name", "group_unknown_guid", "no_settings_folder",
+                                           "group_unresolvable", "all_groups"),
+                         [](auto& i) { return std::string(i.param); });
 
 TEST_F(SettingsMachine, EveryReadFailureIsToldInItsWordsAndTheRestIsRead) {
   registry({{guid(1), "Backup", uuid('B', 1)}});

@@ -33,23 +33,9 @@ TEST(CVDiskImageFileNameTest, ExtensionsAndWritability) {
 using CVDiskImageFileTest = VolumeMachineTest;
 
 TEST_F(CVDiskImageFileTest, MountPathCountsVolumesNamedLikeTheImage) {
-  json backup = mounted(slice("disk4s1", "Backup", "hfs"), "/Volumes/Backup/", "Mac OS Extended");
-  json backup1 = mounted(slice("disk4s2", "Backup 1", "hfs"), "/Volumes/Backup 1/", "Mac OS Extended");
-  backup1["da"]["DAVolumePath"] = url("file:///Volumes/Backup%201/");
-  json backups = mounted(slice("disk4s3", "Backups", "hfs"), "/Volumes/Backups/", "Mac OS Extended");
-  json mountedImage = mounted(slice("disk5s1", "Backup", "hfs"), "/Volumes/Backup 2/", "Mac OS Extended");
-  mountedImage["da"]["DAVolumePath"] = url("file:///Volumes/Backup%202/");
-  mountedImage["ioParents"] = {{{"DiskImageURL", "file:///Users/ada/Backup.dmg"}}};
-  json gone = mounted(slice("disk4s4", "Backup Old", "hfs"), "/Volumes/Backup Old/", "Mac OS Extended");
-  gone["da"]["DAVolumePath"] = url("file:///Volumes/Backup%20Old/");
-  json macData = mounted(slice("disk6s1", "Mac - Data", "apfs"), "/Volumes/Mac - Data/", "APFS");
-  macData["da"]["DAVolumePath"] = url("file:///Volumes/Mac%20-%20Data/");
-  machine.file("/Users/ada/Backup.dmg", "image");
-  install({backup, backup1, backups, mountedImage, gone, macData},
-          {"/Volumes/Backup", "/Volumes/Backup 1", "/Volumes/Backups", "/Volumes/Backup 2", "/Volumes/Mac - Data"});
-
-  // Backup, Backup 1 and Backups count; the image's own mount and the
-  // vanished mount do not.
+  install("image_names");
+  // Backup, Backup 1 and Backups count; Backup 2, the mount of
+  // /Users/ada/Backup.dmg itself, and the vanished mount Backup Old do not.
   EXPECT_EQ(image("/Users/ada/Backup.dmg")->mountPath(), "/Volumes/Backup 3");
   EXPECT_EQ(image("/Users/ada/Other.dmg")->mountPath(), "/Volumes/Other");
   EXPECT_EQ(image("/Users/ada/Mac.sparseimage")->predictedDataVolumeMountPath(), "/Volumes/Mac - Data 1");
@@ -57,9 +43,8 @@ TEST_F(CVDiskImageFileTest, MountPathCountsVolumesNamedLikeTheImage) {
 }
 
 TEST_F(CVDiskImageFileTest, BookmarksRoundTripAndFailSoftly) {
-  machine.file("/Users/ada/Project.dmg", "image");
-  machine.install();
-  auto original = image("/Users/ada/Project.dmg");
+  install("image_names");
+  auto original = image("/Users/ada/Backup.dmg");
   auto blob = original->bookmark();
   ASSERT_TRUE(blob);
   auto restored = CVDiskImageFile::initWithBookmark(*blob);

@@ -1,4 +1,6 @@
-// Roles and relatives of volumes in APFS containers.
+// Roles and relatives of volumes in APFS containers. The boot container:
+// system disk3s1 (mounted through its snapshot disk3s1s1 at "/"), preboot,
+// recovery, VM and data disk3s5, the data mounted at /System/Volumes/Data.
 #include <set>
 
 #include <gtest/gtest.h>
@@ -15,64 +17,47 @@ std::set<std::string> namesOf(const std::optional<CVDiskVolumeSet>& set) {
   return out;
 }
 
-class CVDiskVolumeRelationsTest : public VolumeMachineTest {
- protected:
-  void installBootContainer(json extra = json::array()) {
-    json media = bootContainer();
-    for (auto& m : extra) media.push_back(m);
-    install(media, {"/System/Volumes/Data"});
-  }
-};
+using CVDiskVolumeRelationsTest = VolumeMachineTest;
 
 }  // namespace
 
 TEST_F(CVDiskVolumeRelationsTest, RolesComeFromTheNameThenTheFirstRoleWord) {
-  auto backup = apfsVolume("disk5s1", "TM", "Backup", nullptr);
-  auto twoWords = apfsVolume("disk5s2", "Two", "preboot", nullptr);
-  twoWords["io"]["Role"] = {"preboot", "Data"};
-  auto empty = apfsVolume("disk5s3", "Empty", nullptr, nullptr);
-  empty["io"]["Role"] = json::array();
-  auto notStrings = apfsVolume("disk5s4", "Odd", nullptr, nullptr);
-  notStrings["io"]["Role"] = {5};
-  auto laterNotText = apfsVolume("disk5s5", "Later", nullptr, nullptr);
-  laterNotText["io"]["Role"] = {"System", 5};  // not an array of strings: no role
-  installBootContainer({backup, twoWords, empty, notStrings, laterNotText});
-
+  install("roles");  // the boot container and volumes of other role words
   const std::pair<const char*, VolumeRole> cases[] = {
-      {"disk3s1s1", VolumeRole::mountedSystemSnapshot}, {"disk3s1", VolumeRole::system},
-      {"disk3s4", VolumeRole::virtualMemory}, {"disk3", VolumeRole::generic}, {"disk5s1", VolumeRole::timeMachine},
-      {"disk5s2", VolumeRole::generic}, {"disk5s3", VolumeRole::generic}, {"disk5s4", VolumeRole::generic},
-      {"disk5s5", VolumeRole::generic}};
+      {"disk3s1s1", VolumeRole::mountedSystemSnapshot},
+      {"disk3s1", VolumeRole::system},
+      {"disk3s4", VolumeRole::virtualMemory},
+      {"disk3", VolumeRole::generic},
+      {"disk5s1", VolumeRole::timeMachine},
+      {"disk5s2", VolumeRole::generic},   // "preboot", "Data"
+      {"disk5s3", VolumeRole::generic},   // no words
+      {"disk5s4", VolumeRole::generic},   // a number
+      {"disk5s5", VolumeRole::generic}};  // "System", 5: not an array of strings
   for (const auto& [bsdName, role] : cases) EXPECT_EQ(volume(bsdName)->volumeRole(), role) << bsdName;
 }
 
+// The golden information blocks show the boot container's parents, group
+// members and bootability; these are the relations they do not.
 TEST_F(CVDiskVolumeRelationsTest, WholeDiskHasOnlyChildren) {
-  installBootContainer();
+  install("boot_container");
   auto whole = volume("disk3");
-  EXPECT_FALSE(whole->parent());
   EXPECT_FALSE(whole->siblings());
   EXPECT_EQ(namesOf(whole->children()),
             (std::set<std::string>{"disk3s1", "disk3s1s1", "disk3s2", "disk3s3", "disk3s4", "disk3s5"}));
-  EXPECT_FALSE(whole->systemVolume());
-  EXPECT_FALSE(whole->isBootableAPFSContainer());
 
   auto system = volume("disk3s1");
-  EXPECT_EQ(nameOf(system->parent()), "disk3");
   EXPECT_FALSE(system->children());
   // The snapshot goes through the whole disk, so it is a sibling too.
   EXPECT_EQ(namesOf(system->siblings()),
             (std::set<std::string>{"disk3s1s1", "disk3s2", "disk3s3", "disk3s4", "disk3s5"}));
 }
 
-// The golden information blocks show the boot container's relations; these
-// are the ones they do not.
 TEST_F(CVDiskVolumeRelationsTest, GroupMembersFindEachOther) {
-  installBootContainer();
+  install("boot_container");
   auto system = volume("disk3s1");
   auto data = volume("disk3s5");
   EXPECT_EQ(system->systemVolume().get(), system.get());
   EXPECT_EQ(data->dataVolume().get(), data.get());
-  EXPECT_EQ(nameOf(system->dataVolume()), "disk3s5");
   // Helpers are outside the group, so they find no system.
   EXPECT_FALSE(volume("disk3s2")->systemVolume());
   EXPECT_EQ(nameOf(data->mountedSnapshotVolume()), "disk3s1s1");
@@ -80,14 +65,9 @@ TEST_F(CVDiskVolumeRelationsTest, GroupMembersFindEachOther) {
 }
 
 TEST_F(CVDiskVolumeRelationsTest, GroupsWithoutUUIDsLoneSlicesAndOtherSnapshots) {
-  json data = apfsVolume("disk7s2", "Sys - Data", "Data", kGroupUUID);
-  data["io"]["VolGroupMntFromName"] = "/dev/disk7s1s2";
-  install({wholeDisk("disk4", "Drive", false), slice("disk4s1", "Plain", "hfs"),
-           apfsVolume("disk4s2", "Sys", "System", nullptr),
-           apfsVolume("disk4s3", "Zero", "Preboot", "00000000-0000-0000-0000-000000000000"),
-           wholeDisk("disk6", "Lonely", false), slice("disk6s1", "Alone", "hfs"),
-           wholeDisk("disk7", "AppleAPFSMedia", true), apfsVolume("disk7s1", "Sys", "System", kGroupUUID), data,
-           apfsVolume("disk7s1s2", "Sys", "System", kGroupUUID)});
+  // disk4: a slice, a system and a preboot volume of the zero group UUID;
+  // disk6: one slice; disk7: a group whose data mounts from disk7s1s2.
+  install("loose_groups");
 
   // No group UUID on either side counts as the same group.
   EXPECT_EQ(nameOf(volume("disk4s1")->systemVolume()), "disk4s2");
@@ -107,20 +87,8 @@ TEST_F(CVDiskVolumeRelationsTest, GroupsWithoutUUIDsLoneSlicesAndOtherSnapshots)
 }
 
 TEST_F(CVDiskVolumeRelationsTest, DiskImageVolumesAndTheirSystem) {
-  json whole = wholeDisk("disk8", "Apple Disk Image", false);
-  whole["ioParents"] = {{{"image-path", data("L1VzZXJzL2FkYS9JbWFnZXMvUHJvamVjdC5kbWc=")}}};
-  json system = mounted(apfsVolume("disk8s1", "Mac", "System", kGroupUUID), "/Volumes/Mac/", "APFS");
-  system["ioParents"] = whole["ioParents"];
-  json dataVolume =
-      mounted(apfsVolume("disk8s2", "Mac - Data", "Data", kGroupUUID), "/Volumes/Mac - Data/", "APFS");
-  dataVolume["da"]["DAVolumePath"] = url("file:///Volumes/Mac%20-%20Data/");
-  dataVolume["ioParents"] = whole["ioParents"];
-  json urlImage = mounted(slice("disk9s1", "Web", "hfs"), "/Volumes/Web/", "Mac OS Extended");
-  urlImage["ioParents"] = {{{"DiskImageURL", "file:///Users/ada/Web%20Image.dmg"}}};
-  json badImage = slice("disk9s2", "Bad", "hfs");
-  badImage["ioParents"] = {{{"image-path", data("/w==")}}};
-  install({whole, system, dataVolume, urlImage, badImage}, {"/Volumes/Mac", "/Volumes/Mac - Data", "/Volumes/Web"});
-
+  // disk8: a system/data image by its path; disk9s1 by its URL.
+  install("disk_images");
   EXPECT_EQ(volume("disk8s2")->imagePath()->absoluteString(), "file:///Users/ada/Images/Project.dmg");
   EXPECT_EQ(volume("disk9s1")->imagePath()->absoluteString(), "file:///Users/ada/Web%20Image.dmg");
   EXPECT_FALSE(volume("disk9s2")->imagePath());  // not UTF-8

@@ -1,5 +1,4 @@
 // The macOS version of mounted systems, and the Time Machine facts from tmutil.
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -9,43 +8,13 @@
 
 using namespace volumetest;
 
-namespace {
-
-std::string systemVersion(const std::string& version, const std::string& build) {
-  std::string plist =
-      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n";
-  if (!version.empty()) plist += "<key>ProductVersion</key><string>" + version + "</string>\n";
-  if (!build.empty()) plist += "<key>ProductBuildVersion</key><string>" + build + "</string>\n";
-  plist += "<key>ProductName</key><string>macOS</string>\n</dict>\n</plist>\n";
-  return plist;
-}
-
-}  // namespace
-
 using CVDiskVolumeSystemTest = VolumeMachineTest;
 
 TEST_F(CVDiskVolumeSystemTest, VersionOfTheSystemAtTheMountPoint) {
-  json media = bootContainer();
-  int n = 0;
-  for (const char* name : {"Old", "Zero", "Broken", "NoBuild", "Odd"}) {
-    media.push_back(mounted(slice("disk5s" + std::to_string(++n), name, "apfs"), "/Volumes/" + std::string(name) + "/",
-                            "APFS"));
-  }
-  media.push_back(slice("disk5s6", "Offline", "apfs"));
-  const std::string path = "/System/Library/CoreServices/SystemVersion.plist";
-  machine.json({{"media", media}})
-      .directory("/System/Volumes/Data")
-      .file(path, systemVersion("14.2.1", "23C71"))
-      .file("/Volumes/Old" + path, systemVersion("10..15", "19A583"))
-      .file("/Volumes/Zero" + path, systemVersion("13.0.0", "22A380"))
-      .file("/Volumes/Broken" + path, systemVersion("14", "23A344"))
-      .file("/Volumes/NoBuild" + path, systemVersion("12.1", ""))
-      .file("/Volumes/Odd" + path,
-            "<plist version=\"1.0\"><dict><key>ProductVersion</key><string>12.1</string>"
-            "<key>ProductBuildVersion</key><string>21C52</string>"
-            "<key>Count</key><integer>3</integer></dict></plist>")
-      .file("/Volumes/Offline" + path, systemVersion("14.0", "23A344"));
-  machine.install();
+  // The boot container, then disk5s1 to disk5s5 mounted at /Volumes/Old,
+  // Zero, Broken ("14"), NoBuild and Odd (a number among the texts), and
+  // disk5s6, not mounted, whose folder holds a version all the same.
+  install("system_versions");
 
   using Text = std::optional<std::string>;
   const std::tuple<const char*, Text, Text> cases[] = {
@@ -62,14 +31,8 @@ TEST_F(CVDiskVolumeSystemTest, VersionOfTheSystemAtTheMountPoint) {
 }
 
 TEST_F(CVDiskVolumeSystemTest, TimeMachineInclusionAndSnapshotsAreAskedOnce) {
-  json in = mounted(slice("disk4s1", "In", "apfs"), "/Volumes/In/", "APFS");
-  json out = mounted(slice("disk4s2", "Out", "apfs"), "/Volumes/Out/", "APFS");
-  // Each run is counted in a file, so a second ask would show.
-  machine.directory("/usr/bin");
-  std::filesystem::copy_file(std::string(CVDIAG_SOURCE_DIR) + "/tests/volumes/data/counting_tmutil.sh",
-                             machine.hostPath("/usr/bin/tmutil"));
-  std::filesystem::permissions(machine.hostPath("/usr/bin/tmutil"), std::filesystem::perms::owner_all);
-  install({in, out, slice("disk4s3", "Off", "apfs")}, {"/Volumes/In", "/Volumes/Out"});
+  // tmutil counts its runs in a file, so a second ask would show.
+  install("time_machine");
 
   auto included = volume("disk4s1");
   EXPECT_TRUE(included->volumeIsIncludedInTimeMachine());
@@ -87,6 +50,6 @@ TEST_F(CVDiskVolumeSystemTest, TimeMachineInclusionAndSnapshotsAreAskedOnce) {
   }
 
   std::stringstream runs;
-  runs << std::ifstream(machine.hostPath("/usr/bin/tmutil.runs")).rdbuf();
+  runs << std::ifstream(machine->hostPath("/usr/bin/tmutil.runs")).rdbuf();
   EXPECT_EQ(runs.str(), "run\nrun\nrun\nrun\n");
 }

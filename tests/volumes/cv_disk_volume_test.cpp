@@ -13,9 +13,7 @@ using Names = std::vector<std::string>;
 using CVDiskVolumeTest = VolumeMachineTest;
 
 TEST_F(CVDiskVolumeTest, RootVolumeIsShownUnderVolumes) {
-  install({wholeDisk("disk3", "Container", true), mounted(slice("disk3s1s1", "Macintosh HD", "apfs"), "/", "APFS"),
-           mounted(slice("disk3s2", "/Evil", "apfs"), "/", "APFS"),
-           mounted(slice("disk3s3", "a/../../b", "apfs"), "/", "APFS")});
+  install("root_names");  // disk3s1s1, disk3s2 and disk3s3 all mounted at "/"
   auto root = volume("disk3s1s1");
   EXPECT_EQ(root->mountURL()->absoluteString(), "file:///");
   EXPECT_TRUE(root->isReady());
@@ -30,18 +28,9 @@ TEST_F(CVDiskVolumeTest, RootVolumeIsShownUnderVolumes) {
 }
 
 TEST_F(CVDiskVolumeTest, ReadinessNeedsMountableAndAPresentMountPointAndDeviceIdentifiers) {
-  auto vanished = mounted(slice("disk5s1", "Gone", "hfs"), "/Volumes/Gone/", "Mac OS Extended");
-  auto unmountable = mounted(slice("disk5s2", "Locked", "hfs"), "/Volumes/Locked/", "Mac OS Extended");
-  unmountable["da"]["DAVolumeMountable"] = "yes";  // not a boolean
-  auto real = mounted(slice("disk6s1", "Real", "apfs"), "/Volumes/Real/", "APFS");
-  real["volume"]["device"] = 16777230;
-  real["volume"]["realDevice"] = 16777231;
-  auto noReal = mounted(slice("disk6s2", "Plain", "hfs"), "/Volumes/Plain/", "Mac OS Extended");
-  noReal["volume"]["device"] = 16777240;
-  install({vanished, unmountable, real, noReal}, {"/Volumes/Locked", "/Volumes/Real", "/Volumes/Plain"});
-
-  EXPECT_FALSE(volume("disk5s1")->isReady());
-  EXPECT_FALSE(volume("disk5s2")->isReady());
+  install("readiness");
+  EXPECT_FALSE(volume("disk5s1")->isReady());  // its mount point is gone
+  EXPECT_FALSE(volume("disk5s2")->isReady());  // "mountable" is the text "yes"
   EXPECT_EQ(names(CVDiskVolume::localMountedVolumes()), (Names{"disk6s1", "disk6s2"}));
   EXPECT_EQ(volume("disk6s1")->volumeDeviceIdentifier(), 16777230);
   EXPECT_EQ(volume("disk6s1")->volumeRealDeviceIdentifier(), 16777231);
@@ -50,9 +39,7 @@ TEST_F(CVDiskVolumeTest, ReadinessNeedsMountableAndAPresentMountPointAndDeviceId
 }
 
 TEST_F(CVDiskVolumeTest, EqualityFollowsTheHashOfNamesAndMount) {
-  auto data = mounted(slice("disk7s1", "Data", "apfs"), "/Volumes/Data/", "APFS");
-  json bare = {{"io", {{"BSD Name", "x"}}}};
-  install({data, bare, bare}, {"/Volumes/Data"});
+  install("equality");  // disk7s1, then twice a media object with no description
 
   auto a = volume("disk7s1");
   auto b = CVDiskVolume::initWithVolumePath(platform::URL::fileURLWithPath("/Volumes/Data", true));
@@ -68,11 +55,7 @@ TEST_F(CVDiskVolumeTest, EqualityFollowsTheHashOfNamesAndMount) {
 }
 
 TEST_F(CVDiskVolumeTest, BrowsableAndCoalescedVolumes) {
-  auto system = mounted(apfsVolume("disk3s1", "Macintosh HD", "System", nullptr), "/", "APFS");
-  auto data = mounted(apfsVolume("disk3s5", "Data", "Data", nullptr), "/System/Volumes/Data/", "APFS");
-  auto hidden = mounted(apfsVolume("disk3s2", "Preboot", "Preboot", nullptr), "/System/Volumes/Preboot/", "APFS");
-  hidden["volume"]["resources"]["NSURLVolumeIsBrowsableKey"] = false;
-  install({data, hidden, system}, {"/System/Volumes/Data", "/System/Volumes/Preboot"});
+  install("browsable");  // data, preboot (not browsable) and system, in that order
 
   EXPECT_EQ(names(CVDiskVolume::localMountedVolumes()), (Names{"disk3s1", "disk3s2", "disk3s5"}));
   EXPECT_EQ(names(CVDiskVolume::localBrowsableVolumes()), (Names{"disk3s1", "disk3s5"}));
@@ -80,11 +63,7 @@ TEST_F(CVDiskVolumeTest, BrowsableAndCoalescedVolumes) {
 }
 
 TEST_F(CVDiskVolumeTest, ConstructorsAndAMissingMountPointFault) {
-  auto data = mounted(slice("disk8s1", "Data", "apfs"), "/Volumes/Data/", "APFS");
-  data["da"]["DAVolumeUUID"] = uuid("0B0A4F32-51C2-4D0E-9E0C-3B8A3C2D1E4F");
-  auto twin = slice("disk7s1", "Twin", "apfs");
-  twin["da"]["DAVolumeUUID"] = uuid("0B0A4F32-51C2-4D0E-9E0C-3B8A3C2D1E4F");
-  install({data, twin}, {"/Volumes/Data/Folder"});
+  install("constructors");  // disk8s1 at /Volumes/Data, then disk7s1 of the same UUID
 
   EXPECT_TRUE(CVDiskVolume::initWithBsdName("/dev/disk8s1"));
   EXPECT_FALSE(CVDiskVolume::initWithBsdName("disk9s9"));
@@ -103,7 +82,7 @@ TEST_F(CVDiskVolumeTest, ConstructorsAndAMissingMountPointFault) {
 }
 
 TEST_F(CVDiskVolumeTest, SharedObjectsFillTheirCachesOnceFromManyThreads) {
-  install(bootContainer(), {"/System/Volumes/Data"});
+  install("boot_container");
   auto data = volume("disk3s5");
   const auto expectedHash = volume("disk3s5")->hash();
   std::vector<std::thread> threads;

@@ -7,9 +7,7 @@
 
 #include "app/sections.h"
 #include "support/machine_builder.h"
-#include "volumes/volume_machines.h"
-
-using nlohmann::json;
+#include "volumes/cv_disk_volume.h"
 
 class VolumeReportsGoldenTest : public ::testing::Test {
  protected:
@@ -42,11 +40,11 @@ TEST_F(VolumeReportsGoldenTest, DebugDescriptions) {
   machine.expectGolden("debug/no_description.txt", disks.front()->debugDescription());
 }
 
-using VolumeReportsEmptyMachineTest = volumetest::VolumeMachineTest;
-
-TEST_F(VolumeReportsEmptyMachineTest, FailingRegistryOrSessionsLeaveTheHeadingsAlone) {
-  for (const char* failure : {"IOServiceGetMatchingServices", "DASessionCreate"}) {
-    machine.json({{"media", {volumetest::wholeDisk("disk0", "Disk", true)}}, {"failures", {failure}}});
+TEST(VolumeReportsEmptyMachineTest, FailingRegistryOrSessionsLeaveTheHeadingsAlone) {
+  // A whole disk on a machine where the I/O registry, or else the Disk
+  // Arbitration session, fails.
+  for (const char* failure : {"volumes/no_registry", "volumes/no_session"}) {
+    testsupport::MachineBuilder machine(failure);
     machine.install();
     EXPECT_TRUE(CVDiskVolume::localDisks().empty()) << failure;
     std::ostringstream catalogue;

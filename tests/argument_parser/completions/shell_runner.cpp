@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include <gtest/gtest.h>
 
@@ -73,10 +72,7 @@ ShellRun zshCompletedLine(const std::string& functionName, const std::string& sc
 }
 
 std::string readSourceFile(const std::string& relativePath) {
-  std::ifstream file(std::filesystem::path(CVDIAG_SOURCE_DIR) / relativePath, std::ios::binary);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
+  return cvdiag_test::readFile(std::filesystem::path(CVDIAG_SOURCE_DIR) / relativePath);
 }
 
 }  // namespace completion_test

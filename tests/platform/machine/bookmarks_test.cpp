@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "platform/platform.h"
-#include "platform/machine/binary_plist_builder.h"
 #include "platform/machine/property_list_codec.h"
 #include "support/machine_builder.h"
+#include "support/run_cvdiag.h"
 
 using namespace platform;
 using testsupport::MachineBuilder;
@@ -84,12 +84,10 @@ TEST(BookmarksTest, BlobsThatAreNoBookmarkGiveNoValuesAndDoNotResolve) {
   MachineBuilder m;
   Platform p = m.platform();
   auto encode = [](const Value& v) { return *machine::encodePropertyList(v, PropertyListFormat::Binary); };
-  cvdiag_test::BinaryPlistBuilder cycle;
-  cycle.array({0});
   const Bytes garbage[] = {
       Bytes(),
       Bytes::fromString("definitely not a bookmark"),
-      Bytes(cycle.build(0)),
+      Bytes::fromString(cvdiag_test::readFile(std::string(CVDIAG_SOURCE_DIR) + "/tests/platform/golden/cycle.bplist")),
       encode(Value(Array{"file:///Volumes/Backup/"})),
       encode(Value(Dictionary{{"NSURLVolumeNameKey", "Backup"}})),
       encode(Value(Dictionary{{"NSURLBookmarkURL", 42}})),

@@ -18,9 +18,7 @@ std::vector<IORegistryEntryRef> all(IOIterator iterator) {
 }  // namespace
 
 TEST(IOKitTest, MatchingHandsOutEveryMediaObjectInFileOrder) {
-  MachineBuilder m;
-  m.json(nlohmann::json::parse(R"({"media": [
-    {"io": {"BSD Name": "disk2"}}, {"io": {"BSD Name": "disk0"}}, {}, {"io": {"BSD Name": "disk1"}}]})"));
+  MachineBuilder m("io_kit_order");  // disk2, disk0, an empty object, disk1
   auto io = m.platform().ioKit;
   auto matching = io->IOServiceMatching("IOMedia");
   EXPECT_EQ(matching, (Dictionary{{"IOProviderClass", Value("IOMedia")}}));
@@ -42,12 +40,9 @@ TEST(IOKitTest, MatchingHandsOutEveryMediaObjectInFileOrder) {
 }
 
 TEST(IOKitTest, PropertiesOfTheEntryAndTheRecursiveParentSearch) {
-  MachineBuilder m;
-  m.json(nlohmann::json::parse(R"({"media": [
-    {"io": {"BSD Name": "disk5", "Role": ["System"], "Shadowed": "own"},
-     "ioParents": [{"Shadowed": "parent", "image-path": {"$data": "L2EuZG1n"}},
-                   {"DiskImageURL": "file:///b.dmg", "image-path": {"$data": "Lw=="}}]},
-    {"ioParents": [{"DiskImageURL": "file:///c.dmg"}]}]})"));
+  // disk5 with three properties and two parents, "Shadowed" and "image-path"
+  // in both; then an object with no "io" and one parent.
+  MachineBuilder m("io_kit_parents");
   auto io = m.platform().ioKit;
   auto entries = all(*io->IOServiceGetMatchingServices(io->IOServiceMatching("IOMedia")));
   ASSERT_EQ(entries.size(), 2u);

@@ -2,13 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <set>
-#include <sstream>
 #include <thread>
 
 #include "platform/machine/factories.h"
 #include "support/machine_builder.h"
+#include "support/run_cvdiag.h"
 
 using platform::LogEntry;
 using platform::LogLevel;
@@ -16,11 +15,8 @@ using platform::LogLevel;
 namespace {
 
 std::vector<std::string> fileLines(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream all;
-  all << in.rdbuf();
+  const std::string text = cvdiag_test::readFile(path);
   std::vector<std::string> lines;
-  std::string text = all.str();
   std::size_t start = 0;
   for (std::size_t nl; (nl = text.find('\n', start)) != std::string::npos; start = nl + 1) {
     lines.push_back(text.substr(start, nl - start));

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <fstream>
 #include <string>
 
@@ -55,15 +54,6 @@ TEST(MachineLoaderTest, ReadsEveryKeyWithTypedValues) {
   EXPECT_EQ(slice.volume->statfs->bsize, 4096u);
   EXPECT_EQ(slice.volume->realDevice, -5);
   EXPECT_EQ(machine->media[2].whole.kind, WholeRule::Kind::Default);
-}
-
-TEST(MachineLoaderTest, AnEmptyDocumentGivesTheDefaults) {
-  MachineBuilder m;
-  auto machine = m.load();
-  EXPECT_EQ(machine->home, "/Users/user");
-  EXPECT_FALSE(machine->bundleIdentifier);
-  EXPECT_TRUE(machine->media.empty());
-  EXPECT_FALSE(machine->isHost);
 }
 
 TEST(MachineLoaderTest, ProblemsAreOneLineNamingTheFileAndThePlace) {

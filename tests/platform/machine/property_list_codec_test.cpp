@@ -2,16 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <fstream>
-#include <iterator>
-#include <random>
+#include <cmath>
 
-#include "platform/machine/binary_plist_builder.h"
+#include "support/run_cvdiag.h"
 
 using namespace platform;
 using namespace platform::machine;
-using cvdiag_test::BinaryPlistBuilder;
 
 namespace {
 
@@ -47,16 +43,26 @@ std::string nestedXML(std::size_t depth) {
   return s + "\n</plist>\n";
 }
 
-// depth nested arrays, the innermost empty.
-std::vector<std::uint8_t> nestedBinary(std::size_t depth) {
-  BinaryPlistBuilder b;
-  for (std::size_t i = 0; i < depth; ++i) {
-    if (i + 1 < depth)
-      b.array({i + 1});
-    else
-      b.array({});
+// `depth` nested arrays, the innermost empty, in a binary list whose
+// references and offsets take four bytes: what the codec's writer refuses.
+std::vector<std::uint8_t> nestedBinary(std::uint32_t depth) {
+  std::vector<std::uint8_t> out{'b', 'p', 'l', 'i', 's', 't', '0', '0'};
+  auto put = [&out](std::uint64_t value, int bytes) {
+    for (int i = bytes; i-- > 0;) out.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+  };
+  for (std::uint32_t i = 0; i + 1 < depth; ++i) {
+    out.push_back(0xA1);
+    put(i + 1, 4);
   }
-  return b.build(0);
+  out.push_back(0xA0);
+  const std::uint64_t table = out.size();
+  for (std::uint32_t i = 0; i < depth; ++i) put(8 + 5 * i, 4);
+  put(0, 6);
+  put(0x0404, 2);  // the sizes of an offset and of a reference
+  put(depth, 8);
+  put(0, 8);
+  put(table, 8);
+  return out;
 }
 
 }  // namespace
@@ -81,8 +87,7 @@ TEST(PropertyListCodecTest, EveryKindRoundTripsThroughBinaryAndXML) {
 
 TEST(PropertyListCodecTest, ReadsHandWrittenXMLWithNegativeNumbersAndDates) {
   // A comment holding tags, a negative number, a date, an empty array, escapes.
-  std::ifstream file(std::string(CVDIAG_SOURCE_DIR) + "/tests/platform/golden/hand-written.plist");
-  auto v = decode(std::string(std::istreambuf_iterator<char>(file), {}));
+  auto v = decode(cvdiag_test::readFile(std::string(CVDIAG_SOURCE_DIR) + "/tests/platform/golden/hand-written.plist"));
   ASSERT_TRUE(v) << v.error().localizedDescription;
   EXPECT_EQ(*v, Value(Dictionary{{"ProductVersion", "14.2.1"},
                                  {"Offset", -12},
@@ -92,14 +97,10 @@ TEST(PropertyListCodecTest, ReadsHandWrittenXMLWithNegativeNumbersAndDates) {
 }
 
 TEST(PropertyListCodecTest, ReadsBinaryListsOfOtherWritersWithSharedValues) {
-  // Keys and values shared between two dictionaries, as real writers do.
-  BinaryPlistBuilder b(1);
-  auto key = b.ascii("Name");
-  auto name = b.utf16({'D', 0xE9, 'j', 0xE0, ' ', 0xD83D, 0xDCBE});
-  auto d1 = b.dict({key}, {name});
-  auto d2 = b.dict({key}, {name});
-  auto top = b.array({d1, d2, d1});
-  auto v = decode(b.build(top));
+  // Keys and values shared between two dictionaries, as real writers do:
+  // one-byte references and a UTF-16 name.
+  auto v =
+      decode(cvdiag_test::readFile(std::string(CVDIAG_SOURCE_DIR) + "/tests/platform/golden/shared-values.bplist"));
   ASSERT_TRUE(v) << v.error().localizedDescription;
   Value entry(Dictionary{{"Name", "D\xc3\xa9j\xc3\xa0 \xf0\x9f\x92\xbe"}});
   EXPECT_EQ(*v, Value(Array{entry, entry, entry}));

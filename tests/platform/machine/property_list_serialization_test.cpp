@@ -3,21 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "platform/platform.h"
-#include "platform/machine/property_list_codec.h"
 #include "support/machine_builder.h"
 
 using namespace platform;
 using testsupport::MachineBuilder;
 
 TEST(PropertyListSerializationTest, ReadsDictionariesFromMacPathsAndBytes) {
-  MachineBuilder m;
-  auto xml = [](const Value& v) {
-    return std::string(machine::encodePropertyList(v, PropertyListFormat::XML)->asStringView());
-  };
-  m.file("/Volumes/Data/System/Library/CoreServices/SystemVersion.plist",
-         xml(Value(Dictionary{{"ProductVersion", "14.2.1"}, {"ProductBuildVersion", "23C71"}})));
-  m.file("/Volumes/Data/array.plist", xml(Value(Array{1})));
-  m.file("/Volumes/Data/garbage.plist", "garbage");
+  MachineBuilder m("property_lists");  // a system version, an array and garbage under /Volumes/Data
   Platform p = m.platform();
   auto volume = URL::fileURLWithPath("/Volumes/Data", true);
   auto version =
@@ -28,9 +20,9 @@ TEST(PropertyListSerializationTest, ReadsDictionariesFromMacPathsAndBytes) {
   EXPECT_FALSE(p.propertyLists->initWithContentsOfURL(volume.appendingPathComponent("missing.plist", false)));
   EXPECT_FALSE(p.propertyLists->initWithContentsOfURL(volume));
 
-  auto parsed = p.propertyLists->propertyListWithData(Bytes::fromString(xml(Value(Array{"disk0"}))), 1);
+  auto parsed = p.propertyLists->propertyListWithData(Bytes::fromString(m.text("/Volumes/Data/array.plist")), 1);
   ASSERT_TRUE(parsed);
-  EXPECT_EQ(*parsed, Value(Array{"disk0"}));
+  EXPECT_EQ(*parsed, Value(Array{1}));
   auto failed = p.propertyLists->propertyListWithData(Bytes::fromString("No such disk"), 0);
   ASSERT_FALSE(failed);
   EXPECT_EQ(failed.error().domain, "NSCocoaErrorDomain");

@@ -26,11 +26,6 @@ std::string xmlDomain(const Dictionary& d) {
   return std::string(encodePropertyList(Value(d), PropertyListFormat::XML)->asStringView());
 }
 
-std::string fileText(const MachineBuilder& m, const std::string& macPath) {
-  std::ifstream in(m.hostPath(macPath), std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
 Dictionary fileValues(const MachineBuilder& m, const std::string& macPath) {
   auto v = readPropertyListFile(m.hostPath(macPath));
   if (!v) ADD_FAILURE() << macPath << ": " << v.error().localizedDescription;
@@ -59,7 +54,7 @@ TEST(UserDefaultsTest, DomainsAreNamedByBundleOrSuiteAndCreatedOnlyWhenWritten) 
   folder.json({{"home", "/Users/ada"}, {"bundleIdentifier", "com.tamarlin.Corvane"}});
   ASSERT_TRUE(makeMachineUserDefaults(folder.load())->standardUserDefaults()->setObject(Value("v"), "k"));
   EXPECT_EQ(fileValues(folder, kDomain), (Dictionary{{"k", "v"}}));
-  EXPECT_EQ(fileText(folder, kDomain).substr(0, 8), "bplist00");
+  EXPECT_EQ(folder.text(kDomain).substr(0, 8), "bplist00");
 }
 
 TEST(UserDefaultsTest, WritesKeepOtherKeysAndTheFileModeAndReadXML) {
@@ -101,7 +96,7 @@ TEST(UserDefaultsTest, AnUnreadableDomainFileIsNeverReplaced) {
     EXPECT_FALSE(suite->objectForKey("CVDiskKnownVolumes"));
     EXPECT_FALSE(suite->setObject(Value(Dictionary{}), "CVDiskKnownVolumes"));
     EXPECT_FALSE(suite->removeObjectForKey("Other"));
-    EXPECT_EQ(fileText(folder, kDomain), content);
+    EXPECT_EQ(folder.text(kDomain), content);
     // The process still sees its own write.
     EXPECT_EQ(suite->dictionaryForKey("CVDiskKnownVolumes"), Dictionary{});
   }
