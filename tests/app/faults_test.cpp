@@ -18,7 +18,7 @@
 #include "support/capturing_log_sink.h"
 #include "support/machine_builder.h"
 #include "support/run_cvdiag.h"
-#include "volumes/volume_machines.h"
+#include "volumes/cv_disk_volume.h"
 
 namespace {
 
@@ -121,12 +121,9 @@ TEST(FaultsTest, ARegistryWriteThatFailsLeavesTheFileAsItWasAndTheReportAsItWoul
 
 TEST(FaultsTest, ATmutilThatNeverEndsIsGivenUpAfterTenSecondsAndLeftRunning) {
   // No report section asks tmutil, so a mounted volume is asked itself.
-  testsupport::MachineBuilder m;
+  testsupport::MachineBuilder m("volumes/time_machine");
   auto pidFile = m.folder() / "tmutil.pid";
-  auto backup = volumetest::mounted(volumetest::slice("disk4s1", "Backup", "apfs"), "/Volumes/Backup/", "APFS");
-  m.json({{"media", {backup}}})
-      .directory("/Volumes/Backup")
-      .script("/usr/bin/tmutil", "echo $$ > '" + pidFile.string() + "'\nexec sleep 600\n");
+  m.script("/usr/bin/tmutil", "echo $$ > '" + pidFile.string() + "'\nexec sleep 600\n");
   auto log = std::make_shared<testsupport::CapturingLogSink>();
   m.install(log);
   auto volume = CVDiskVolume::initWithBsdName("disk4s1");
@@ -141,7 +138,7 @@ TEST(FaultsTest, ATmutilThatNeverEndsIsGivenUpAfterTenSecondsAndLeftRunning) {
   EXPECT_EQ(log->entries(), (std::vector<platform::LogEntry>{
                                 {"com.tamarlin.Corvane.Volumes", "CVDisk", platform::LogLevel::Error,
                                  "tmutil timed out after 10 seconds while executing with arguments: (\n"
-                                 "    isexcluded,\n    \"/Volumes/Backup\"\n)"}}));
+                                 "    isexcluded,\n    \"/Volumes/In\"\n)"}}));
   int pid = 0;
   ASSERT_TRUE(std::ifstream(pidFile) >> pid);
   EXPECT_EQ(::kill(pid, SIGKILL), 0) << "tmutil was ended, not left running";
