@@ -37,32 +37,13 @@ FLOOR
 chmod +x "$work/floor.sh"
 
 section() { CVDIAG_MACHINE="$mac" "$cvdiag" --disk-utility-entities >/dev/null; }
-floor() { "$work/floor.sh" "$mac/usr/sbin/diskutil" "$work/runs" >/dev/null; }
+floor() { CVDIAG_MACHINE="$mac" "$work/floor.sh" "$mac/usr/sbin/diskutil" "$work/runs" >/dev/null; }
 
 # The section must really have catalogued every disk.
 CVDIAG_MACHINE="$mac" "$cvdiag" --disk-utility-entities | grep "complete: $disks disks cataloged" >/dev/null ||
   { echo "the section did not catalogue $disks disks" >&2; exit 1; }
 
-# Wall time of one call of the function $1, in microseconds.
-micros() {
-  local start=$EPOCHREALTIME
-  "$1"
-  local end=$EPOCHREALTIME
-  echo $(( (${end/./} - ${start/./}) ))
-}
-
-median() { sort -n | awk '{ v[NR] = $1 } END { print (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'; }
-
-section >/dev/null; floor >/dev/null
-a=() b=() r=()
-for ((i = 0; i < runs; i++)); do
-  ta=$(micros section); tb=$(micros floor)
-  a+=("$ta"); b+=("$tb"); r+=("$(awk -v a="$ta" -v b="$tb" 'BEGIN { printf "%.4f", a / b }')")
-done
-ma=$(printf '%s\n' "${a[@]}" | median)
-mb=$(printf '%s\n' "${b[@]}" | median)
-mr=$(printf '%s\n' "${r[@]}" | median)
-echo "runs of diskutil: $(wc -l <"$work/runs"), timed runs: $runs each"
-awk -v a="$ma" -v b="$mb" -v r="$mr" 'BEGIN {
-  printf "section  median %8.1f ms\nfloor    median %8.1f ms\nratio of medians %.2f, median of pair ratios %.2f\n",
-         a / 1000, b / 1000, a / b, r }'
+# shellcheck source=alternate.sh
+. "$here/alternate.sh"
+echo "runs of diskutil per call: $(wc -l <"$work/runs")"
+alternate "$runs" section section floor floor
