@@ -177,6 +177,28 @@ struct DispatchQueue::Impl : std::enable_shared_from_this<DispatchQueue::Impl> {
     schedule();
   }
 
+  // Marks the queue busy when it is idle (nothing waiting, no drain queued
+  // or running), so that the caller may run work as the queue's own. False
+  // when it is busy; then nothing changed.
+  bool claimIfIdle() {
+    std::lock_guard lock(mutex);
+    if (scheduled || !items.empty()) return false;
+    scheduled = true;
+    return true;
+  }
+
+  // Ends a claim: whatever arrived meanwhile is drained on the target.
+  void releaseClaim() {
+    {
+      std::lock_guard lock(mutex);
+      if (items.empty()) {
+        scheduled = false;
+        return;
+      }
+    }
+    schedule();
+  }
+
   // This queue and its serial ancestors, outermost first.
   std::vector<const Impl*> serialChain() const {
     std::vector<const Impl*> chain;
@@ -240,6 +262,27 @@ void DispatchQueue::sync(const std::function<void()>& work) const {
       dispatchFault("sync on a queue that the calling thread already holds", q->label);
     }
   }
+
+  // An idle chain is taken on the spot, as the queues' own drain would take
+  // it, and the work runs without waiting for a thread of the pool.
+  std::vector<Impl*> claimed;
+  for (const Impl* q : chain) {
+    auto* queue = const_cast<Impl*>(q);
+    if (!queue->claimIfIdle()) break;
+    claimed.push_back(queue);
+  }
+  if (claimed.size() == chain.size()) {
+    struct Unclaim {
+      std::vector<Impl*>& queues;
+      ~Unclaim() {
+        for (auto it = queues.rbegin(); it != queues.rend(); ++it) (*it)->releaseClaim();
+      }
+    } unclaim{claimed};
+    HeldScope held(std::move(chain));
+    work();
+    return;
+  }
+  for (auto it = claimed.rbegin(); it != claimed.rend(); ++it) (*it)->releaseClaim();
 
   // The marker holds the queue's place: once everything before it has run,
   // it tells the caller to go on and keeps the queue (and thereby its

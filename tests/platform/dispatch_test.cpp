@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <stdexcept>
 #include <thread>
@@ -105,6 +106,37 @@ TEST(DispatchQueueTest, SyncWaitsForEarlierWorkAndRunsOnTheCallingThreadHoldingT
   EXPECT_TRUE(heldQueue);
   EXPECT_TRUE(heldAncestor);
   EXPECT_FALSE(queue.isCurrent());
+}
+
+TEST(DispatchQueueTest, SyncsAndAsyncsFromManyThreadsStaySerialisedAndAllRun) {
+  // A sync may take an idle queue on the spot; work that arrives meanwhile,
+  // on the queue or through its ancestor, must wait for it and still run.
+  auto ancestor = DispatchQueue::serial("test.mixed.ancestor");
+  auto leaf = DispatchQueue::serial("test.mixed.leaf", QualityOfService::Utility, ancestor);
+  auto other = DispatchQueue::serial("test.mixed.other", QualityOfService::Utility, ancestor);
+  long counter = 0;  // unguarded: the shared ancestor is the guard
+  Overlap overlap;
+  auto count = [&] {
+    overlap.enter();
+    std::this_thread::sleep_for(std::chrono::microseconds(20));  // room to overlap
+    ++counter;
+    overlap.leave();
+  };
+  DispatchGroup group;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < 200; ++i) {
+        if ((i + t) % 3 == 0) (t == 0 ? ancestor : leaf).sync(count);
+        else (i % 2 ? leaf : other).async(group, count);
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  ASSERT_TRUE(group.wait(DispatchTime::now() + kGenerous));
+  leaf.sync([] {});
+  EXPECT_EQ(counter, 800);
+  EXPECT_EQ(overlap.most.load(), 1);
 }
 
 TEST(DispatchQueueTest, SyncFromAQueueOntoAnotherDoesNotDeadlock) {
