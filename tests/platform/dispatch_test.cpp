@@ -69,7 +69,6 @@ TEST(DispatchQueueTest, QueuesThatShareAnAncestorAreSerialisedThroughItInAsyncsA
     ++counter;
     overlap.leave();
   };
-  // Syncs from other threads meanwhile, some finding their queues idle.
   std::vector<std::thread> syncers;
   for (const auto& leaf : leaves) {
     syncers.emplace_back([&] {
