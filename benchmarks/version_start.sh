@@ -21,7 +21,8 @@ ${CXX:-c++} -O3 -DNDEBUG -Wall -Wextra -std=c++20 "$work/minimal.cpp" -o "$work/
 ldd "$work/minimal" | grep 'libstdc++' >/dev/null || { echo "the minimal program has no libstdc++" >&2; exit 1; }
 
 if [ "$machine" = host ]; then
-  version() { env -u CVDIAG_MACHINE "$cvdiag" --version >/dev/null; }
+  unset CVDIAG_MACHINE
+  version() { "$cvdiag" --version >/dev/null; }
 else
   machine="$(realpath "$machine")"
   version() { CVDIAG_MACHINE="$machine" "$cvdiag" --version >/dev/null; }
@@ -32,3 +33,12 @@ version
 # shellcheck source=alternate.sh
 . "$here/alternate.sh"
 alternate "$runs" version version minimal minimal
+
+# Processor time per start, steadier than wall time on a loaded machine.
+if command -v perf >/dev/null && perf stat -e task-clock true 2>/dev/null; then
+  clock() { perf stat -x, -e task-clock -r "$runs" "$@" 2>&1 >/dev/null | awk -F, '/task-clock/ { print $1 }'; }
+  if [ "$machine" = host ]; then v=$(clock "$cvdiag" --version)
+  else v=$(CVDIAG_MACHINE="$machine" clock "$cvdiag" --version); fi
+  m=$(clock "$work/minimal")
+  awk -v v="$v" -v m="$m" 'BEGIN { printf "task-clock: version %.3f ms, minimal %.3f ms, ratio %.2f\n", v, m, v / m }'
+fi
