@@ -12,11 +12,11 @@ diskutil section runs, one per line, in the order it runs them.
 The folder is rewritten from scratch; its contents are the same on every run.
 """
 
+import json
 import os
 import plistlib
 import random
 import shutil
-import stat
 import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
@@ -81,12 +81,11 @@ def make(folder, count):
     rng = random.Random(count)
     media, _ = large_mac.attached_media(folder, rng, count)
     with open(os.path.join(folder, "machine.json"), "w") as out:
-        import json
         json.dump({"home": "/Users/ada", "media": media}, out, indent=1)
     data = os.path.join(folder, "usr/sbin/diskutil.d")
     stub = os.path.join(HERE, "..", "demo", "stubs", "diskutil")
     with open(stub, "rb") as source:
-        write(os.path.join(folder, "usr/sbin/diskutil"), source.read(), 0o755 | stat.S_IRUSR)
+        write(os.path.join(folder, "usr/sbin/diskutil"), source.read(), 0o755)
     write(os.path.join(data, "listFileSystems.plist"), plistlib.dumps(
         [{"UserVisibleName": "Mac OS Extended (Journaled)", "Personality": "Journaled HFS+"},
          {"UserVisibleName": "APFS", "Personality": "APFS"}]))
