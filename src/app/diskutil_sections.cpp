@@ -3,11 +3,14 @@
 // "<null>" where its parts would stand; the volume blocks come all the same.
 #include <optional>
 #include <string>
+#include <unordered_map>
+#include <vector>
 
 #include "app/print.h"
 #include "app/sections.h"
 #include "platform/disk_arbitration.h"
 #include "platform/formatters.h"
+#include "platform/platform.h"
 #include "tools/disk_util.h"
 #include "volumes/cv_disk_volume.h"
 
@@ -100,6 +103,32 @@ void volumeGroupsBlock(std::ostream& out, const DiskUtil& diskUtil) {
   }
 }
 
+// Gives each slice of `volumes` the object of its whole disk from the same
+// list as its parent. A slice's own parent would be a fresh object whose
+// children walk every disk of the machine, once per slice; shared, the walk
+// is done once per whole disk. The parent is the same disk either way.
+void shareWholeDisks(const std::vector<CVDiskVolumeRef>& volumes) {
+  const auto& da = *platform::current().diskArbitration;
+  std::unordered_multimap<std::size_t, CVDiskVolumeRef> wholes;
+  for (const auto& volume : volumes) {
+    if (volume->daFlag(platform::kDADiskDescriptionMediaWholeKey)) {
+      wholes.emplace(da.CFHash(volume->daDisk()), volume);
+    }
+  }
+  for (const auto& volume : volumes) {
+    if (volume->daFlag(platform::kDADiskDescriptionMediaWholeKey)) continue;
+    auto whole = da.DADiskCopyWholeDisk(volume->daDisk());
+    if (!whole) continue;
+    auto [first, last] = wholes.equal_range(da.CFHash(whole));
+    for (auto it = first; it != last; ++it) {
+      if (da.CFEqual(it->second->daDisk(), whole)) {
+        volume->setParent(it->second);
+        break;
+      }
+    }
+  }
+}
+
 }  // namespace
 
 void diskutilEntityReport(std::ostream& out) {
@@ -119,7 +148,9 @@ void diskutilEntityReport(std::ostream& out) {
     print(out, kNull);
   }
 
-  for (const auto& volume : CVDiskVolume::localDisks()) {
+  const auto volumes = CVDiskVolume::localDisks();
+  shareWholeDisks(volumes);
+  for (const auto& volume : volumes) {
     print(out, "\n>>>>>>>>>>>>>>>>>>>>\n");
     print(out, volume->description() + "\n");
     print(out, volume->info());

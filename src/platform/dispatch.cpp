@@ -177,18 +177,18 @@ struct DispatchQueue::Impl : std::enable_shared_from_this<DispatchQueue::Impl> {
     schedule();
   }
 
-  // Marks an idle queue busy for a caller that runs its work in place; false
-  // when a drain is queued or running. (Nothing is ever queued on a queue
-  // that is not marked.)
-  bool tryClaim() {
+  // Marks the queue busy when it is idle (nothing waiting, no drain queued
+  // or running), so that the caller may run work as the queue's own. False
+  // when it is busy; then nothing changed.
+  bool claimIfIdle() {
     std::lock_guard lock(mutex);
-    if (scheduled) return false;
+    if (scheduled || !items.empty()) return false;
     scheduled = true;
     return true;
   }
 
-  // Ends a claim: what was queued meanwhile is drained as usual.
-  void unclaim() {
+  // Ends a claim: whatever arrived meanwhile is drained on the target.
+  void releaseClaim() {
     {
       std::lock_guard lock(mutex);
       if (items.empty()) {
@@ -263,17 +263,26 @@ void DispatchQueue::sync(const std::function<void()>& work) const {
     }
   }
 
-  // A queue with no serial ancestor that is idle is taken at once: the work
-  // runs here with the queue marked busy, and no other thread is woken.
-  if (chain.size() == 1 && impl_->tryClaim()) {
+  // An idle chain is taken on the spot, as the queues' own drain would take
+  // it, and the work runs without waiting for a thread of the pool.
+  std::vector<Impl*> claimed;
+  for (const Impl* q : chain) {
+    auto* queue = const_cast<Impl*>(q);
+    if (!queue->claimIfIdle()) break;
+    claimed.push_back(queue);
+  }
+  if (claimed.size() == chain.size()) {
     struct Unclaim {
-      Impl& queue;
-      ~Unclaim() { queue.unclaim(); }
-    } unclaim{*impl_};
+      std::vector<Impl*>& queues;
+      ~Unclaim() {
+        for (auto it = queues.rbegin(); it != queues.rend(); ++it) (*it)->releaseClaim();
+      }
+    } unclaim{claimed};
     HeldScope held(std::move(chain));
     work();
     return;
   }
+  for (auto it = claimed.rbegin(); it != claimed.rend(); ++it) (*it)->releaseClaim();
 
   // The marker holds the queue's place: once everything before it has run,
   // it tells the caller to go on and keeps the queue (and thereby its

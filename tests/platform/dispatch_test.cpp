@@ -49,7 +49,7 @@ TEST(DispatchQueueTest, SerialQueueRunsItsWorkInOrderAndOneAtATime) {
   EXPECT_EQ(overlap.most.load(), 1);
 }
 
-TEST(DispatchQueueTest, QueuesThatShareAnAncestorAreSerialisedThroughIt) {
+TEST(DispatchQueueTest, QueuesThatShareAnAncestorAreSerialisedThroughItInAsyncsAndSyncs) {
   auto ancestor = DispatchQueue::serial("test.ancestor");
   auto middle = DispatchQueue::serial("test.middle", QualityOfService::Default, ancestor);
   std::vector<DispatchQueue> leaves = {
@@ -60,19 +60,26 @@ TEST(DispatchQueueTest, QueuesThatShareAnAncestorAreSerialisedThroughIt) {
   long counter = 0;  // unguarded: only the ancestor serialises the leaves
   Overlap overlap;
   std::atomic<int> ancestorNotCurrent{0};
+  auto count = [&] {
+    overlap.enter();
+    if (!ancestor.isCurrent()) ++ancestorNotCurrent;
+    std::this_thread::yield();  // room for another item to overlap
+    ++counter;
+    overlap.leave();
+  };
+  std::vector<std::thread> syncers;
+  for (const auto& leaf : leaves) {
+    syncers.emplace_back([&] {
+      for (int i = 0; i < 100; ++i) leaf.sync(count);
+    });
+  }
   DispatchGroup group;
   for (int i = 0; i < 300; ++i) {
-    for (const auto& leaf : leaves) {
-      leaf.async(group, [&] {
-        overlap.enter();
-        if (!ancestor.isCurrent()) ++ancestorNotCurrent;
-        ++counter;
-        overlap.leave();
-      });
-    }
+    for (const auto& leaf : leaves) leaf.async(group, count);
   }
+  for (auto& syncer : syncers) syncer.join();
   ASSERT_TRUE(group.wait(DispatchTime::now() + kGenerous));
-  EXPECT_EQ(counter, 900);
+  EXPECT_EQ(counter, 1200);
   EXPECT_EQ(overlap.most.load(), 1);
   EXPECT_EQ(ancestorNotCurrent.load(), 0);
   EXPECT_FALSE(ancestor.isCurrent());
@@ -103,6 +110,10 @@ TEST(DispatchQueueTest, SyncWaitsForEarlierWorkAndRunsOnTheCallingThreadHoldingT
   EXPECT_TRUE(heldQueue);
   EXPECT_TRUE(heldAncestor);
   EXPECT_FALSE(queue.isCurrent());
+  // Work queued while a sync holds the idle queue runs once the sync is over.
+  DispatchSemaphore ranAfter;
+  queue.sync([&] { queue.async([&] { ranAfter.signal(); }); });
+  EXPECT_TRUE(ranAfter.wait(DispatchTime::now() + kGenerous));
 }
 
 TEST(DispatchQueueTest, SyncFromAQueueOntoAnotherDoesNotDeadlock) {
