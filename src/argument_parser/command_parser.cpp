@@ -66,7 +66,7 @@ bool capturesAllRemainingInput(CommandType type) {
 CommandType subcommandNamed(const std::vector<CommandType>& subcommands, const std::string& name) {
   for (CommandType sub : subcommands) {
     if (sub->commandName() == name) return sub;
-    auto aliases = sub->configuration().aliases;
+    const auto& aliases = sub->configuration().aliases;
     if (std::find(aliases.begin(), aliases.end(), name) != aliases.end()) return sub;
   }
   return nullptr;
@@ -331,8 +331,8 @@ void CommandParser::checkForCompletionScriptRequest(const SplitArguments& split)
 
 void CommandParser::parseCurrent(SplitArguments& split) {
   CommandType element = currentNode_->element();
-  auto set = element->argumentSet(ArgumentVisibility::private_);
-  auto configuration = element->configuration();
+  const auto& set = element->argumentSet(ArgumentVisibility::private_);
+  const auto& configuration = element->configuration();
   std::vector<CommandType> subcommands;
   for (const auto& child : currentNode_->children()) subcommands.push_back(child->element());
 

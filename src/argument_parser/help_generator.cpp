@@ -255,7 +255,7 @@ std::string defaultText(const ArgumentDefinition& d) {
 }
 
 HelpGenerator::Section::Element subcommandElement(CommandType sub, CommandType defaultSubcommand) {
-  auto configuration = sub->configuration();
+  const auto& configuration = sub->configuration();
   std::string text = sub->commandName();
   for (const auto& alias : configuration.aliases) text += ", " + alias;
   if (sub == defaultSubcommand) text += " (default)";
@@ -292,7 +292,7 @@ HelpGenerator::HelpGenerator(CommandStack commandStack, ArgumentVisibility visib
     : commandStack_(std::move(commandStack)) {
   if (commandStack_.empty()) fatalError("Help generation requested with an empty command stack");
   CommandType command = commandStack_.back();
-  const auto configuration = command->configuration();
+  const auto& configuration = command->configuration();
 
   std::string toolName = commandNames(commandStack_);
   if (auto super = commandStack_.front()->configuration().superCommandName) toolName = *super + " " + toolName;

@@ -441,7 +441,12 @@ std::optional<Error> checkXMLPropertyList(std::string_view text) {
       std::size_t e = text.find(terminator, i);
       i = e == std::string_view::npos ? text.size() : e + terminator.size();
     };
-    if (startsWith(text, i, "<!--")) {
+    // The character behind "<" tells which of the tags below can stand
+    // here; most tags (key, string, integer, …) are none of them.
+    const char next = i + 1 < text.size() ? text[i + 1] : '\0';
+    if (next != '!' && next != '/' && next != 'a' && next != 'd') {
+      ++i;
+    } else if (startsWith(text, i, "<!--")) {
       skipTo("-->");
     } else if (startsWith(text, i, "<![CDATA[")) {
       skipTo("]]>");
