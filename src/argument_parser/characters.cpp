@@ -69,6 +69,17 @@ std::vector<std::string> characters(std::string_view text) {
   return result;
 }
 
+std::vector<std::string_view> characterViews(std::string_view text) {
+  std::vector<std::string_view> result;
+  forEachPiece(text, [&result](std::string_view piece, bool startsNew) {
+    if (startsNew)
+      result.push_back(piece);
+    else  // the pieces of one character follow each other in the text
+      result.back() = std::string_view(result.back().data(), result.back().size() + piece.size());
+  });
+  return result;
+}
+
 std::size_t characterCount(std::string_view text) {
   std::size_t count = 0;
   forEachPiece(text, [&count](std::string_view, bool startsNew) { count += startsNew ? 1 : 0; });

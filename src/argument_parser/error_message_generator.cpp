@@ -8,8 +8,8 @@
 namespace ArgumentParser {
 
 int editDistance(const std::string& a, const std::string& b) {
-  auto x = characters(a);
-  auto y = characters(b);
+  auto x = characterViews(a);
+  auto y = characterViews(b);
   if (x.empty() || y.empty()) return static_cast<int>(std::max(x.size(), y.size()));
   std::size_t prefix = 0;
   while (prefix < x.size() && prefix < y.size() && x[prefix] == y[prefix]) ++prefix;
