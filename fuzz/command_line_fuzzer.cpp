@@ -31,9 +31,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     auto command = ArgumentParser::parseAsRoot(root, words);
     if (!command) std::abort();
   } catch (...) {
-    auto error = std::current_exception();
-    (void)ArgumentParser::fullMessage(root, error);
-    const int status = ArgumentParser::exitCode(root, error).rawValue;
+    // The words and the status come from one message, as on the way out of
+    // the tool.
+    const ArgumentParser::MessageInfo info(std::current_exception(), root);
+    (void)info.fullText(root);
+    const int status = info.exitStatus();
     if (status != 0 && status != 1 && status != 64) std::abort();
   }
   return 0;

@@ -39,30 +39,52 @@ std::string mapCodePoints(std::string_view text, F f) {
   return result;
 }
 
-}  // namespace
-
-std::vector<std::string> characters(std::string_view text) {
-  std::vector<std::string> result;
+// Calls `f(piece, startsNew)` for every code point (or invalid byte) of the
+// text in order; `startsNew` tells whether it begins a new character.
+template <class F>
+void forEachPiece(std::string_view text, F f) {
   utf8proc_int32_t state = 0;
   utf8proc_int32_t previous = -1;
   for (std::size_t at = 0; at < text.size();) {
     auto d = decodeAt(text, at);
-    std::string_view piece = text.substr(at, d.length);
-    bool startsNew = result.empty() || !d.valid || previous < 0 ||
+    bool startsNew = at == 0 || !d.valid || previous < 0 ||
                      utf8proc_grapheme_break_stateful(previous, d.codePoint, &state);
-    if (startsNew) {
-      if (!d.valid) state = 0;
-      result.emplace_back(piece);
-    } else {
-      result.back() += piece;
-    }
+    if (startsNew && !d.valid) state = 0;
+    f(text.substr(at, d.length), startsNew);
     previous = d.valid ? d.codePoint : -1;
     at += d.length;
   }
+}
+
+}  // namespace
+
+std::vector<std::string> characters(std::string_view text) {
+  std::vector<std::string> result;
+  forEachPiece(text, [&result](std::string_view piece, bool startsNew) {
+    if (startsNew)
+      result.emplace_back(piece);
+    else
+      result.back() += piece;
+  });
   return result;
 }
 
-std::size_t characterCount(std::string_view text) { return characters(text).size(); }
+std::vector<std::string_view> characterViews(std::string_view text) {
+  std::vector<std::string_view> result;
+  forEachPiece(text, [&result](std::string_view piece, bool startsNew) {
+    if (startsNew)
+      result.push_back(piece);
+    else  // the pieces of one character follow each other in the text
+      result.back() = std::string_view(result.back().data(), result.back().size() + piece.size());
+  });
+  return result;
+}
+
+std::size_t characterCount(std::string_view text) {
+  std::size_t count = 0;
+  forEachPiece(text, [&count](std::string_view, bool startsNew) { count += startsNew ? 1 : 0; });
+  return count;
+}
 
 bool isUppercase(std::string_view character) {
   if (character.empty()) return false;

@@ -11,6 +11,8 @@ namespace ArgumentParser {
 // The characters of `text`, each as its UTF-8 bytes. Invalid UTF-8 bytes
 // stand as one character each.
 std::vector<std::string> characters(std::string_view text);
+// The same as views into `text`, which must outlive them.
+std::vector<std::string_view> characterViews(std::string_view text);
 // The number of characters of `text`.
 std::size_t characterCount(std::string_view text);
 // Whether the character's first code point is an upper- or lower-case letter.

@@ -4,8 +4,10 @@
 // registers its declared properties in declaration order, see
 // ParsableCommand.h).
 
+#include <array>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -72,15 +74,18 @@ class CommandTypeInfo {
   const std::string& errorLabel() const { return errorLabel_; }
 
   // The command's configuration; a type that declares none has the defaults.
-  CommandConfiguration configuration() const { return functions_.configuration(); }
+  // Made once, on first use, and kept: the parser asks for it at every step.
+  const CommandConfiguration& configuration() const;
   // `configuration.commandName`, else the bare type name converted to a long name.
   std::string commandName() const;
 
   // The definitions of the type's declared properties in declaration order,
   // skipping those below `visibility`; keys get `parentPath` as their path.
-  ArgumentSet argumentSet(ArgumentVisibility visibility, const std::vector<std::string>& parentPath = {}) const {
+  ArgumentSet argumentSet(ArgumentVisibility visibility, const std::vector<std::string>& parentPath) const {
     return functions_.argumentSet(visibility, parentPath);
   }
+  // The same with no parent path, made once per visibility and kept.
+  const ArgumentSet& argumentSet(ArgumentVisibility visibility) const;
   // Builds a value of the type from the decoder's values. Throws ParserError
   // (noValue, userValidationError) or InternalParseError.
   std::shared_ptr<ParsableArguments> decode(ArgumentDecoder& decoder,
@@ -93,6 +98,11 @@ class CommandTypeInfo {
   bool isCommand_;
   std::string errorLabel_;
   Functions functions_;
+  // What the functions made, for every thread that asks after the first.
+  mutable std::once_flag configurationMade_;
+  mutable std::optional<CommandConfiguration> configuration_;
+  mutable std::array<std::once_flag, 3> argumentSetMade_;
+  mutable std::array<std::optional<ArgumentSet>, 3> argumentSets_;
 };
 
 }  // namespace ArgumentParser

@@ -66,7 +66,7 @@ bool capturesAllRemainingInput(CommandType type) {
 CommandType subcommandNamed(const std::vector<CommandType>& subcommands, const std::string& name) {
   for (CommandType sub : subcommands) {
     if (sub->commandName() == name) return sub;
-    auto aliases = sub->configuration().aliases;
+    const auto& aliases = sub->configuration().aliases;
     if (std::find(aliases.begin(), aliases.end(), name) != aliases.end()) return sub;
   }
   return nullptr;
@@ -305,8 +305,26 @@ void CommandParser::checkForBuiltInFlags(const SplitArguments& split, bool requi
     throw CommandError{stack, ParserError::simple(ParserError::Case::versionRequested)};
 }
 
+namespace {
+
+// Whether an option of the split is one of the set's names.
+bool namesAnyOf(const SplitArguments& split, const ArgumentSet& set) {
+  for (std::size_t i = split.firstUnused(); i < split.elements().size(); ++i) {
+    const auto& e = split.elements()[i];
+    if (e.isOption() && set.position(e.option.name)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 void CommandParser::checkForCompletionScriptRequest(const SplitArguments& split) {
   if (tree_->element()->configuration().superCommandName) return;
+  // Without one of their options neither request can be made; most command
+  // lines are spared the two trial parses.
+  if (!namesAnyOf(split, typeOf<GenerateCompletions>()->argumentSet(ArgumentVisibility::private_)) &&
+      !namesAnyOf(split, typeOf<AutodetectedGenerateCompletions>()->argumentSet(ArgumentVisibility::private_)))
+    return;
   std::optional<std::optional<std::string>> request;
   try {
     CommandParser parser(typeOf<GenerateCompletions>());
@@ -331,8 +349,8 @@ void CommandParser::checkForCompletionScriptRequest(const SplitArguments& split)
 
 void CommandParser::parseCurrent(SplitArguments& split) {
   CommandType element = currentNode_->element();
-  auto set = element->argumentSet(ArgumentVisibility::private_);
-  auto configuration = element->configuration();
+  const auto& set = element->argumentSet(ArgumentVisibility::private_);
+  const auto& configuration = element->configuration();
   std::vector<CommandType> subcommands;
   for (const auto& child : currentNode_->children()) subcommands.push_back(child->element());
 

@@ -8,8 +8,8 @@
 namespace ArgumentParser {
 
 int editDistance(const std::string& a, const std::string& b) {
-  auto x = characters(a);
-  auto y = characters(b);
+  auto x = characterViews(a);
+  auto y = characterViews(b);
   if (x.empty() || y.empty()) return static_cast<int>(std::max(x.size(), y.size()));
   std::size_t prefix = 0;
   while (prefix < x.size() && prefix < y.size() && x[prefix] == y[prefix]) ++prefix;
@@ -132,10 +132,17 @@ std::optional<std::string> ErrorMessageGenerator::makeErrorMessage() const {
       if (name.isShort()) return unknown;
       std::optional<Name> best;
       int bestDistance = 0;
+      // The distance is at least the difference in length, so a name whose
+      // length differs by four or more is no suggestion; a long word is
+      // split into characters once, not once per name.
+      const std::size_t length = characterCount(n);
       for (const auto& d : arguments)
         for (const auto& candidate : d.names()) {
           if (candidate.isShort()) continue;
-          int distance = editDistance(candidate.synopsisString(), n);
+          const std::string synopsis = candidate.synopsisString();
+          const std::size_t candidateLength = characterCount(synopsis);
+          if ((length > candidateLength ? length - candidateLength : candidateLength - length) >= 4) continue;
+          int distance = editDistance(synopsis, n);
           if (distance >= 4) continue;
           if (!best || distance < bestDistance) {
             best = candidate;

@@ -255,7 +255,7 @@ std::string defaultText(const ArgumentDefinition& d) {
 }
 
 HelpGenerator::Section::Element subcommandElement(CommandType sub, CommandType defaultSubcommand) {
-  auto configuration = sub->configuration();
+  const auto& configuration = sub->configuration();
   std::string text = sub->commandName();
   for (const auto& alias : configuration.aliases) text += ", " + alias;
   if (sub == defaultSubcommand) text += " (default)";
@@ -288,24 +288,41 @@ std::string HelpGenerator::Section::rendered(int screenWidth) const {
   return text;
 }
 
+namespace {
+
+// The usage of the stack's last command: its configured text, else the
+// synopsis of its arguments behind the tool's name.
+std::string usageOf(const CommandStack& stack, ArgumentVisibility visibility) {
+  if (stack.empty()) fatalError("Help generation requested with an empty command stack");
+  CommandType command = stack.back();
+  const auto& configuration = command->configuration();
+  if (configuration.usage) return *configuration.usage;
+
+  std::string toolName = commandNames(stack);
+  if (const auto& super = stack.front()->configuration().superCommandName) toolName = *super + " " + toolName;
+  std::string usage = UsageGenerator{toolName, command->argumentSet(visibility)}.synopsis();
+  if (!configuration.subcommands().empty()) {
+    if (!usage.ends_with(' ')) usage += ' ';
+    usage += "<subcommand>";
+  }
+  return usage;
+}
+
+std::string withUsageLabel(const std::string& usage) {
+  if (usage.empty()) return {};
+  return "Usage: " + hangingIndent(usage);
+}
+
+}  // namespace
+
+std::string usageMessage(const CommandStack& stack, ArgumentVisibility visibility) {
+  return withUsageLabel(usageOf(stack, visibility));
+}
+
 HelpGenerator::HelpGenerator(CommandStack commandStack, ArgumentVisibility visibility)
     : commandStack_(std::move(commandStack)) {
-  if (commandStack_.empty()) fatalError("Help generation requested with an empty command stack");
-  CommandType command = commandStack_.back();
-  const auto configuration = command->configuration();
-
-  std::string toolName = commandNames(commandStack_);
-  if (auto super = commandStack_.front()->configuration().superCommandName) toolName = *super + " " + toolName;
-
-  if (configuration.usage) {
-    usage_ = *configuration.usage;
-  } else {
-    usage_ = UsageGenerator{toolName, command->argumentSet(visibility)}.synopsis();
-    if (!configuration.subcommands().empty()) {
-      if (!usage_.ends_with(' ')) usage_ += ' ';
-      usage_ += "<subcommand>";
-    }
-  }
+  usage_ = usageOf(commandStack_, visibility);
+  const auto& configuration = commandStack_.back()->configuration();
 
   abstract_ = configuration.abstract;
   if (!configuration.discussion.empty()) {
@@ -408,10 +425,7 @@ std::string HelpGenerator::rendered(std::optional<int> screenWidth) const {
   return renderedAbstract + renderedUsage + renderedSections + helpSubcommandMessage;
 }
 
-std::string HelpGenerator::usageMessage() const {
-  if (usage_.empty()) return {};
-  return "Usage: " + hangingIndent(usage_);
-}
+std::string HelpGenerator::usageMessage() const { return withUsageLabel(usage_); }
 
 std::string helpMessage(CommandType root, CommandType command, bool includeHidden, std::optional<int> columns) {
   CommandParser parser(root);

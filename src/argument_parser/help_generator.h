@@ -95,6 +95,10 @@ class HelpGenerator {
   std::vector<DiscussionSection> discussionSections_;
 };
 
+// The usage message of the stack's last command (as HelpGenerator's), made
+// without the rest of the help. The stack must not be empty.
+std::string usageMessage(const CommandStack& stack, ArgumentVisibility visibility);
+
 // The help text of the path to the command in the root's tree.
 std::string helpMessage(CommandType root, CommandType command, bool includeHidden = false,
                         std::optional<int> columns = std::nullopt);

@@ -66,7 +66,7 @@ MessageInfo::MessageInfo(std::exception_ptr error, CommandType type, std::option
       break;
   }
 
-  usage = HelpGenerator(stack, ArgumentVisibility::default_).usageMessage();
+  usage = usageMessage(stack, ArgumentVisibility::default_);
   if (auto helpName = primaryHelpName(stack)) {
     if (!usage.empty()) usage += "\n";
     usage += "  See '" + commandNames(stack) + " " + helpName->synopsisString() + "' for more information.";

@@ -107,11 +107,15 @@ std::string demangledTypeName(const char* mangled);
 // Keeps the definitions at or above the visibility.
 ArgumentSet filtered(const ArgumentSet& set, ArgumentVisibility visibility);
 
+// Declared once per type: the declarations name members, never values.
 template <class T>
-std::vector<PropertyDeclaration<T>> declaredProperties() {
-  Declarations<T> declarations;
-  if constexpr (requires { T::declare(declarations); }) T::declare(declarations);
-  return declarations.properties();
+const std::vector<PropertyDeclaration<T>>& declaredProperties() {
+  static const std::vector<PropertyDeclaration<T>> properties = [] {
+    Declarations<T> declarations;
+    if constexpr (requires { T::declare(declarations); }) T::declare(declarations);
+    return declarations.properties();
+  }();
+  return properties;
 }
 
 template <class T>

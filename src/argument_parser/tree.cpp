@@ -15,13 +15,24 @@ CommandTypeInfo::CommandTypeInfo(std::string typeName, bool isCommand, std::stri
       errorLabel_(std::move(errorLabel)),
       functions_(std::move(functions)) {}
 
+const CommandConfiguration& CommandTypeInfo::configuration() const {
+  std::call_once(configurationMade_, [this] { configuration_ = functions_.configuration(); });
+  return *configuration_;
+}
+
+const ArgumentSet& CommandTypeInfo::argumentSet(ArgumentVisibility visibility) const {
+  const auto at = static_cast<std::size_t>(visibility);
+  std::call_once(argumentSetMade_.at(at), [this, visibility, at] { argumentSets_[at] = functions_.argumentSet(visibility, {}); });
+  return *argumentSets_[at];
+}
+
 std::string CommandTypeInfo::bareName() const {
   auto at = typeName_.rfind("::");
   return at == std::string::npos ? typeName_ : typeName_.substr(at + 2);
 }
 
 std::string CommandTypeInfo::commandName() const {
-  auto configured = configuration().commandName;
+  const auto& configured = configuration().commandName;
   if (configured) return *configured;
   return convertedToSnakeCase(bareName());
 }
@@ -56,7 +67,7 @@ struct TreeFault {
 void buildChildren(Tree& node) {
   for (CommandType sub : node.element()->configuration().subcommands()) {
     if (sub == node.element()) throw TreeFault{TreeFault::Kind::recursiveSubcommand, sub};
-    auto aliases = sub->configuration().aliases;
+    const auto& aliases = sub->configuration().aliases;
     if (std::find(aliases.begin(), aliases.end(), sub->commandName()) != aliases.end())
       throw TreeFault{TreeFault::Kind::aliasMatchingCommand, sub};
     auto& child = node.append(std::make_unique<Tree>(sub));
@@ -84,7 +95,7 @@ std::unique_ptr<Tree> Tree::build(CommandType root) {
 const Tree* Tree::child(const std::string& name) const {
   for (const auto& c : children_) {
     if (c->element()->commandName() == name) return c.get();
-    auto aliases = c->element()->configuration().aliases;
+    const auto& aliases = c->element()->configuration().aliases;
     if (std::find(aliases.begin(), aliases.end(), name) != aliases.end()) return c.get();
   }
   return nullptr;

@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <limits>
-#include <sstream>
 
 #include <nlohmann/json.hpp>
 
@@ -365,9 +365,12 @@ std::variant<std::shared_ptr<const Machine>, std::string> loadMachine(
   if (size > kMaxMachineFileSize)
     return name + ": too large (" + std::to_string(size) + " bytes, at most " +
            std::to_string(kMaxMachineFileSize) + ")";
-  std::ostringstream buffer;
-  buffer << in.rdbuf();
-  std::string content = buffer.str();
+  // Read straight into the text, sized by the file (and anything it has
+  // grown by since), not through a stream buffer and a copy of it.
+  std::string content(static_cast<std::size_t>(size), '\0');
+  in.read(content.data(), static_cast<std::streamsize>(content.size()));
+  content.resize(static_cast<std::size_t>(in.gcount()));
+  if (in) content.append(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   if (nestsTooDeep(content))
     return name + ": nested deeper than " + std::to_string(kMaxNesting) + " levels";
 

@@ -441,20 +441,26 @@ std::optional<Error> checkXMLPropertyList(std::string_view text) {
       std::size_t e = text.find(terminator, i);
       i = e == std::string_view::npos ? text.size() : e + terminator.size();
     };
-    if (startsWith(text, i, "<!--")) {
+    // The character behind "<" tells which of the tags below can stand
+    // here (most tags, key, string, integer, …, are none of them), so each
+    // tag is compared only where its second character stands.
+    const char next = i + 1 < text.size() ? text[i + 1] : '\0';
+    if (next != '!' && next != '/' && next != 'a' && next != 'd') {
+      ++i;
+    } else if (next == '!' && startsWith(text, i, "<!--")) {
       skipTo("-->");
-    } else if (startsWith(text, i, "<![CDATA[")) {
+    } else if (next == '!' && startsWith(text, i, "<![CDATA[")) {
       skipTo("]]>");
-    } else if (startsWith(text, i, "</array") || startsWith(text, i, "</dict")) {
+    } else if (next == '/' && (startsWith(text, i, "</array") || startsWith(text, i, "</dict"))) {
       if (depth > 0) --depth;
       ++i;
-    } else if ((startsWith(text, i, "<array") && isTagEnd(text, i + 6)) ||
-               (startsWith(text, i, "<dict") && isTagEnd(text, i + 5))) {
+    } else if ((next == 'a' && startsWith(text, i, "<array") && isTagEnd(text, i + 6)) ||
+               (next == 'd' && startsWith(text, i, "<dict") && isTagEnd(text, i + 5))) {
       std::size_t close = text.find('>', i);
       if (close == std::string_view::npos) return fail("unterminated element");
       if (text[close - 1] != '/' && ++depth > kMaxPropertyListDepth) return fail("nested too deeply");
       i = close + 1;
-    } else if (startsWith(text, i, "<date") && isTagEnd(text, i + 5)) {
+    } else if (next == 'd' && startsWith(text, i, "<date") && isTagEnd(text, i + 5)) {
       std::size_t close = text.find('>', i);
       if (close == std::string_view::npos) return fail("unterminated element");
       if (text[close - 1] != '/') {
