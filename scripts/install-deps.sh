@@ -6,7 +6,7 @@ set -euo pipefail
 
 packages=(
   build-essential g++ cmake ninja-build pkg-config git
-  libplist-dev libutf8proc-dev nlohmann-json3-dev
+  libutf8proc-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   bash zsh fish
   clang-14 libclang-rt-14-dev

@@ -26,7 +26,7 @@ namespace {
 
 // "2024-03-01T10:00:00Z"; whole seconds, as recordings give them.
 std::string isoDate(const platform::Date& date) {
-  std::time_t seconds = static_cast<std::time_t>(std::floor(date.secondsSince1970));
+  std::time_t seconds = static_cast<std::time_t>(std::floor(date.secondsSince1970()));
   std::tm parts{};
   gmtime_r(&seconds, &parts);
   char text[32];
@@ -57,6 +57,7 @@ nlohmann::ordered_json toJSON(const platform::Value& value) {
       for (const auto& element : *value.array()) array.push_back(toJSON(element));
       return array;
     }
+    case Kind::Uid: return value.uid()->value;  // machine.json has no UID: its number
     case Kind::Map: {
       json object = json::object();
       for (const auto& [key, element] : *value.dictionary()) object[key] = toJSON(element);

@@ -41,8 +41,8 @@ constexpr const char* kUnreadableFileError =
     "The file couldn’t be opened because you don’t have permission to view it.";
 
 std::string textFile(const fs::path& path) {
-  auto bytes = platform::machine::readFileCapped(path, kMaxTextFile);
-  return bytes ? std::string(bytes->asStringView()) : std::string();
+  auto bytes = platform::machine::mapFile(path);
+  return bytes && bytes->size() <= kMaxTextFile ? std::string(bytes->asStringView()) : std::string();
 }
 
 std::vector<std::string> lines(const std::string& text) {
@@ -539,7 +539,7 @@ void Importer::writeHome() {
       }
       values["CVDiskKnownVolumes"] = std::move(known);
     }
-    auto original = platform::machine::readFileCapped(rec_ / relative, platform::kMaxPropertyListBytes);
+    auto original = platform::machine::mapFile(rec_ / relative);
     bool binary = original && original->asStringView().rfind("bplist", 0) == 0;
     auto bytes = platform::machine::encodePropertyList(
         Value(values), binary ? platform::PropertyListFormat::Binary : platform::PropertyListFormat::XML);

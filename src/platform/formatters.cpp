@@ -90,6 +90,7 @@ std::string foundationDescription(const Value& value, int indent) {
     case Value::Kind::DateTime: return foundationQuoted(dateDescription(*value.date()));
     case Value::Kind::List: return foundationDescription(*value.array(), indent);
     case Value::Kind::Map: return foundationDescription(*value.dictionary(), indent);
+    case Value::Kind::Uid: return "{value = " + std::to_string(value.uid()->value) + "}";
   }
   return {};
 }
@@ -117,7 +118,7 @@ std::string urlDescription(const URL& url) { return url.absoluteString(); }
 std::string urlRelativePath(const URL& url) { return url.path(); }
 
 std::string dateDescription(const Date& date) {
-  double seconds = std::floor(date.secondsSince1970);
+  double seconds = std::floor(date.secondsSince1970());
   // Beyond what the calendar functions take, the date has no text of its own;
   // clamp so that every date still prints as a date.
   constexpr double kLimit = 253402300799.0;  // 9999-12-31 23:59:59

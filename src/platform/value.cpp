@@ -2,7 +2,7 @@
 
 #include <cmath>
 #include <cstdio>
-#include <ctime>
+#include <cstdlib>
 #include <limits>
 
 namespace platform {
@@ -153,25 +153,92 @@ std::string UUID::uuidString() const {
   return text;
 }
 
+namespace {
+
+// Days from 1970-01-01 to a day of the proleptic Gregorian calendar, and back
+// (the era arithmetic counts in 400-year cycles of 146097 days).
+std::int64_t daysFromCivil(std::int64_t y, int m, int d) {
+  y -= m <= 2;
+  const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
+  const auto yoe = static_cast<std::int64_t>(y - era * 400);
+  const std::int64_t doy = (153 * (m > 2 ? m - 3 : m + 9) + 2) / 5 + d - 1;
+  const std::int64_t doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+  return era * 146097 + doe - 719468;
+}
+
+void civilFromDays(std::int64_t z, Date::Civil& out) {
+  z += 719468;
+  const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
+  const std::int64_t doe = z - era * 146097;
+  const std::int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  const std::int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  const std::int64_t mp = (5 * doy + 2) / 153;
+  out.day = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
+  out.month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+  out.year = yoe + era * 400 + (out.month <= 2);
+}
+
+constexpr std::int64_t kReferenceDay = 11323;  // 2001-01-01, in days from 1970
+constexpr std::int64_t kSecondsPerDay = 86400;
+
+std::int64_t floorDiv(std::int64_t a, std::int64_t b) { return a / b - ((a % b != 0) && ((a < 0) != (b < 0))); }
+
+// Reads exactly `count` decimal digits at `at`.
+std::optional<int> digits(std::string_view text, std::size_t at, std::size_t count) {
+  if (at + count > text.size()) return std::nullopt;
+  int value = 0;
+  for (std::size_t i = at; i < at + count; ++i) {
+    if (text[i] < '0' || text[i] > '9') return std::nullopt;
+    value = value * 10 + (text[i] - '0');
+  }
+  return value;
+}
+
+}  // namespace
+
+Date Date::fromCivil(const Civil& c) {
+  // Carry months into years first, then everything else through seconds.
+  std::int64_t year = c.year + floorDiv(c.month - 1, 12);
+  const int month = static_cast<int>(c.month - 1 - floorDiv(c.month - 1, 12) * 12) + 1;
+  const std::int64_t days = daysFromCivil(year, month, 1) + (c.day - 1) - kReferenceDay;
+  const std::int64_t seconds = std::int64_t{c.hour} * 3600 + std::int64_t{c.minute} * 60 + c.second;
+  return Date(static_cast<double>(days) * kSecondsPerDay + static_cast<double>(seconds));
+}
+
+std::optional<Date::Civil> Date::civil() const {
+  const double whole = std::floor(sinceReference_);
+  if (!(std::fabs(whole) < 9.0e18)) return std::nullopt;
+  const auto seconds = static_cast<std::int64_t>(whole);
+  const std::int64_t days = floorDiv(seconds, kSecondsPerDay);
+  const std::int64_t rest = seconds - days * kSecondsPerDay;
+  Civil out;
+  civilFromDays(days + kReferenceDay, out);
+  out.hour = static_cast<int>(rest / 3600);
+  out.minute = static_cast<int>(rest / 60 % 60);
+  out.second = static_cast<int>(rest % 60);
+  return out;
+}
+
 std::optional<Date> Date::fromISO8601(std::string_view text) {
-  int y, mo, d, h, mi;
-  double s;
-  char z = 0;
-  std::string t(text);
-  if (std::sscanf(t.c_str(), "%4d-%2d-%2dT%2d:%2d:%lf%c", &y, &mo, &d, &h, &mi, &s, &z) != 7 ||
-      z != 'Z')
+  // YYYY-MM-DDTHH:MM:SS, then an optional fraction, then Z.
+  auto y = digits(text, 0, 4), mo = digits(text, 5, 2), d = digits(text, 8, 2), h = digits(text, 11, 2),
+       mi = digits(text, 14, 2), s = digits(text, 17, 2);
+  if (!y || !mo || !d || !h || !mi || !s || text[4] != '-' || text[7] != '-' || text[10] != 'T' ||
+      text[13] != ':' || text[16] != ':')
     return std::nullopt;
-  if (mo < 1 || mo > 12 || d < 1 || d > 31 || h > 23 || mi > 59 || s < 0 || s >= 61)
-    return std::nullopt;
-  std::tm tm{};
-  tm.tm_year = y - 1900;
-  tm.tm_mon = mo - 1;
-  tm.tm_mday = d;
-  tm.tm_hour = h;
-  tm.tm_min = mi;
-  tm.tm_sec = 0;
-  std::time_t base = timegm(&tm);
-  return Date{static_cast<double>(base) + s};
+  if (*mo < 1 || *mo > 12 || *d < 1 || *d > 31 || *h > 23 || *mi > 59 || *s > 60) return std::nullopt;
+  std::size_t at = 19;
+  double fraction = 0;
+  if (at < text.size() && text[at] == '.') {
+    std::size_t end = at + 1;
+    while (end < text.size() && text[end] >= '0' && text[end] <= '9') ++end;
+    if (end == at + 1) return std::nullopt;
+    fraction = std::strtod(std::string(text.substr(at, end - at)).c_str(), nullptr);
+    at = end;
+  }
+  if (at + 1 != text.size() || text[at] != 'Z') return std::nullopt;
+  Date whole = fromCivil(Civil{*y, *mo, *d, *h, *mi, *s});
+  return Date(whole.sinceReference_ + fraction);
 }
 
 std::optional<bool> Value::boolean() const {

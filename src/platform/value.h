@@ -7,11 +7,14 @@
 // Dictionaries iterate in ascending byte order of their keys, whatever order
 // the source had, so every report built from them is deterministic.
 
+#include <algorithm>
 #include <array>
+#include <compare>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -72,41 +75,84 @@ class UUID {
   std::array<std::uint8_t, 16> bytes_{};
 };
 
-// Immutable bytes, shared between copies.
+// Immutable bytes, shared between copies. The bytes may belong to something
+// else that the value keeps alive, such as a mapped file.
 class Bytes {
  public:
-  Bytes() : data_(std::make_shared<const std::vector<std::uint8_t>>()) {}
-  explicit Bytes(std::vector<std::uint8_t> bytes)
-      : data_(std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes))) {}
+  Bytes() = default;
+  explicit Bytes(std::vector<std::uint8_t> bytes) {
+    auto owned = std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes));
+    view_ = std::span<const std::uint8_t>(owned->data(), owned->size());
+    owner_ = std::move(owned);
+  }
+  // Bytes that live as long as `owner` does.
+  Bytes(std::shared_ptr<const void> owner, std::span<const std::uint8_t> view)
+      : owner_(std::move(owner)), view_(view) {}
   static Bytes fromString(std::string_view text) {
     return Bytes(std::vector<std::uint8_t>(text.begin(), text.end()));
   }
-  const std::vector<std::uint8_t>& bytes() const { return *data_; }
-  std::size_t size() const { return data_->size(); }
-  const std::uint8_t* data() const { return data_->data(); }
+  std::span<const std::uint8_t> bytes() const { return view_; }
+  std::size_t size() const { return view_.size(); }
+  const std::uint8_t* data() const { return view_.data(); }
   std::string_view asStringView() const {
-    return {reinterpret_cast<const char*>(data_->data()), data_->size()};
+    return {reinterpret_cast<const char*>(view_.data()), view_.size()};
   }
 
-  friend bool operator==(const Bytes& a, const Bytes& b) { return *a.data_ == *b.data_; }
-  friend auto operator<=>(const Bytes& a, const Bytes& b) { return *a.data_ <=> *b.data_; }
+  friend bool operator==(const Bytes& a, const Bytes& b) {
+    return std::equal(a.view_.begin(), a.view_.end(), b.view_.begin(), b.view_.end());
+  }
+  friend std::strong_ordering operator<=>(const Bytes& a, const Bytes& b) {
+    return std::lexicographical_compare_three_way(a.view_.begin(), a.view_.end(), b.view_.begin(), b.view_.end());
+  }
 
  private:
-  std::shared_ptr<const std::vector<std::uint8_t>> data_;
+  std::shared_ptr<const void> owner_;
+  std::span<const std::uint8_t> view_;
 };
 
-// A moment, as seconds since 1970-01-01 00:00:00 UTC.
-struct Date {
-  double secondsSince1970 = 0;
-  // Seconds between 1970 and the platform's reference date, 2001-01-01.
+// A moment, kept as the platform keeps it: seconds since the reference date,
+// 2001-01-01 00:00:00 UTC, in a 64-bit real, so that a date read from a
+// property list is written back bit for bit.
+class Date {
+ public:
+  // Seconds between 1970 and the reference date.
   static constexpr double kReferenceOffset = 978307200.0;
-  double secondsSinceReferenceDate() const { return secondsSince1970 - kReferenceOffset; }
-  static Date fromReferenceDate(double s) { return Date{s + kReferenceOffset}; }
+
+  static Date fromReferenceDate(double seconds) { return Date(seconds); }
+  static Date fromSecondsSince1970(double seconds) { return Date(seconds - kReferenceOffset); }
+  double secondsSinceReferenceDate() const { return sinceReference_; }
+  double secondsSince1970() const { return sinceReference_ + kReferenceOffset; }
+
+  // A day and time of the proleptic Gregorian calendar in UTC; years before 1
+  // count down through 0 and below.
+  struct Civil {
+    std::int64_t year = 2001;
+    int month = 1, day = 1, hour = 0, minute = 0, second = 0;
+  };
+  // The moment of a civil time; out-of-range fields carry over (day 32 is the
+  // first of the next month).
+  static Date fromCivil(const Civil& civil);
+  // The whole second this date falls in; nothing for a date too far out to
+  // count in seconds (beyond about 2.9e11 years, or not a number).
+  std::optional<Civil> civil() const;
+
   // Parses "YYYY-MM-DDTHH:MM:SS[.fff]Z" (UTC); nothing otherwise.
   static std::optional<Date> fromISO8601(std::string_view text);
 
   friend bool operator==(const Date&, const Date&) = default;
   friend auto operator<=>(const Date&, const Date&) = default;
+
+ private:
+  explicit Date(double sinceReference) : sinceReference_(sinceReference) {}
+  double sinceReference_ = 0;
+};
+
+// An object reference of a keyed archive, as the binary property list form
+// holds it; kept and written back unchanged.
+struct UID {
+  std::uint64_t value = 0;
+  friend bool operator==(const UID&, const UID&) = default;
+  friend auto operator<=>(const UID&, const UID&) = default;
 };
 
 class Value;
@@ -117,7 +163,7 @@ using Dictionary = std::map<std::string, Value, std::less<>>;
 // real number; `asInt64`/`asDouble` read any kind of number.
 class Value {
  public:
-  enum class Kind { String, Boolean, Integer, Unsigned, Real, Url, Uuid, Data, DateTime, List, Map };
+  enum class Kind { String, Boolean, Integer, Unsigned, Real, Url, Uuid, Data, DateTime, List, Map, Uid };
 
   Value() : v_(std::string()) {}
   Value(std::string s) : v_(std::move(s)) {}
@@ -137,6 +183,7 @@ class Value {
   Value(Date d) : v_(d) {}
   Value(Array a) : v_(std::move(a)) {}
   Value(Dictionary d) : v_(std::move(d)) {}
+  Value(UID u) : v_(u) {}
 
   Kind kind() const { return static_cast<Kind>(v_.index()); }
   bool isString() const { return kind() == Kind::String; }
@@ -157,12 +204,13 @@ class Value {
   const Date* date() const { return std::get_if<Date>(&v_); }
   const Array* array() const { return std::get_if<Array>(&v_); }
   const Dictionary* dictionary() const { return std::get_if<Dictionary>(&v_); }
+  const UID* uid() const { return std::get_if<UID>(&v_); }
 
   friend bool operator==(const Value&, const Value&);
 
  private:
   std::variant<std::string, bool, std::int64_t, std::uint64_t, double, URL, UUID, Bytes, Date,
-               Array, Dictionary>
+               Array, Dictionary, UID>
       v_;
 };
 

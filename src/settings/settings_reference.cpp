@@ -2,6 +2,8 @@
 
 #include <utf8proc.h>
 
+#include <limits>
+
 #include "platform/platform.h"
 #include "platform/property_list_serialization.h"
 
@@ -91,8 +93,8 @@ std::optional<SettingsReference> SettingsReference::make(const platform::URL& ur
   const std::string path = url.path();
   if (!platform.fileManager->fileExistsAtPath(path)) return std::nullopt;
 
-  // A file larger than any property list may be is refused, not read.
-  auto data = platform.fileManager->dataWithContentsOfFile(path, platform::kMaxPropertyListBytes);
+  // A document is read whatever its size; the platform maps it.
+  auto data = platform.fileManager->dataWithContentsOfFile(path, std::numeric_limits<std::uint64_t>::max());
   std::optional<platform::Value> root;
   if (data) {
     if (auto parsed = platform.propertyLists->propertyListWithData(*data, 0)) root = std::move(parsed).value();

@@ -57,7 +57,7 @@ std::optional<platform::Date> parseSnapshotTimestamp(std::string_view ts, long o
   auto daysSince1970 = sys_days(ymd).time_since_epoch().count();
   double seconds = static_cast<double>(daysSince1970) * 86400.0 + hour * 3600.0 + minute * 60.0 +
                    second - static_cast<double>(offsetSeconds);
-  return platform::Date{seconds};
+  return platform::Date::fromSecondsSince1970(seconds);
 }
 
 std::shared_ptr<CVSnapshot> CVSnapshot::make(std::string_view name) {
@@ -92,7 +92,7 @@ void CVSnapshot::setTs(std::string ts) {
 std::optional<platform::Date> CVSnapshot::date() const {
   std::lock_guard lock(mutex_);
   if (!dateComputed_) {
-    date_ = ts_ == "Now" ? std::optional(platform::Date{nowSince1970()})
+    date_ = ts_ == "Now" ? std::optional(platform::Date::fromSecondsSince1970(nowSince1970()))
                          : parseSnapshotTimestamp(ts_, currentZoneOffset());
     dateComputed_ = true;
   }
@@ -106,7 +106,7 @@ std::string snapshotDateText(const platform::Date& date, long offsetSeconds) {
                                             "May",     "June",     "July",      "August",
                                             "September", "October", "November", "December"};
   using namespace std::chrono;
-  const auto local = static_cast<std::int64_t>(std::floor(date.secondsSince1970)) + offsetSeconds;
+  const auto local = static_cast<std::int64_t>(std::floor(date.secondsSince1970())) + offsetSeconds;
   const auto days = static_cast<std::int64_t>(std::floor(static_cast<double>(local) / 86400.0));
   const std::int64_t secondsOfDay = local - days * 86400;
   const year_month_day ymd{sys_days{std::chrono::days{days}}};
@@ -135,5 +135,5 @@ bool operator<(const CVSnapshot& a, const CVSnapshot& b) {
   auto right = b.date();
   if (!right) return false;
   if (!left) return true;
-  return left->secondsSince1970 < right->secondsSince1970;
+  return *left < *right;
 }

@@ -67,9 +67,9 @@ TEST(SmallFormattersTest, ShortestRealsSwiftTextsUTCDatesAndUngroupedNumbers) {
       {swiftArrayDescription({"a\"b", "c\\d", "e\nf"}), "[\"a\\\"b\", \"c\\\\d\", \"e\\nf\"]"},
       {swiftDataDescription(Bytes::fromString("hello")), "5 bytes"},
       {swiftDataDescription(Bytes()), "0 bytes"},
-      {dateDescription(Date{0}), "1970-01-01 00:00:00 +0000"},
-      {dateDescription(Date{978307200.75}), "2001-01-01 00:00:00 +0000"},
-      {dateDescription(Date{-0.5}), "1969-12-31 23:59:59 +0000"},  // fractions cut toward the past
+      {dateDescription(Date::fromSecondsSince1970(0)), "1970-01-01 00:00:00 +0000"},
+      {dateDescription(Date::fromReferenceDate(0.75)), "2001-01-01 00:00:00 +0000"},
+      {dateDescription(Date::fromSecondsSince1970(-0.5)), "1969-12-31 23:59:59 +0000"},  // fractions cut toward the past
       {localeNumberDescription(std::int64_t{5000000000}), "5000000000"},
       {localeNumberDescription(std::int64_t{-42}), "-42"},
       {localeNumberDescription(std::uint64_t{18446744073709551615ull}), "18446744073709551615"},

@@ -24,7 +24,7 @@ TEST(UUIDAndDateTest, ParseStrictlyAndPrintUpperCase) {
   for (const char* bad : {"8f6e6d7a1b2c-4d3e-9f40-0a1b2c3d4e5f0", "8f6e6d7a-1b2c-4d3e-9f40-0a1b2c3d4e5g", ""})
     EXPECT_FALSE(UUID::fromString(bad)) << bad;
   EXPECT_EQ(Date::fromISO8601("2001-01-01T00:00:00Z")->secondsSinceReferenceDate(), 0);
-  EXPECT_EQ(Date::fromISO8601("2024-03-01T10:00:00Z")->secondsSince1970, 1709287200);
+  EXPECT_EQ(Date::fromISO8601("2024-03-01T10:00:00Z")->secondsSince1970(), 1709287200);
   EXPECT_FALSE(Date::fromISO8601("2024-03-01 10:00:00"));
   EXPECT_FALSE(Date::fromISO8601("2024-13-01T10:00:00Z"));
 }

@@ -228,6 +228,39 @@ TEST_F(SettingsMachine, AWriterThatTakesTheDomainLockLosesNothing) {
   EXPECT_EQ(domainSeenByPython(), expected + "]\n");
 }
 
+// Values the platform holds and python writes: the distant future, 2^64-1,
+// U+0000 in text, a UID. Under keys the tool doesn't read, they change nothing.
+const std::string kUnusual = "datetime.datetime(4001,1,1), 2**64-1, 'a\\0b', plistlib.UID(3)";
+const std::string kUnusualSeen =
+    "('Big', 18446744073709551615), ('Distant', datetime.datetime(4001, 1, 1, 0, 0)), ('Nul', 'a\\x00b'), "
+    "('Ref', UID(3)), ";
+
+TEST_F(SettingsMachine, APreferencesFileWithUnusualValuesKeepsItsRegistryAndThemAfterPruning) {
+  registry({{guid(1), "Backup", uuid('B', 1)}, {guid(7), "Old", uuid('C', 7)}, {guid(8), "Older", uuid('C', 8)}});
+  document("Nightly.cvsp", session(guid(1), "Backup", kBad, ""));
+  cvdiag_test::runProgram("/usr/bin/python3", {"-c", "import datetime,plistlib,sys\np=sys.argv[1]\nd=plistlib.load(open(p,'rb'))\n"
+                                                      "d['Distant'],d['Big'],d['Nul'],d['Ref']=" + kUnusual + "\n"
+                                                      "plistlib.dump(d,open(p,'wb'),fmt=plistlib.FMT_BINARY)", host(kDomain).string()});
+  machine.expectGolden("unusual_registry.txt", cvdiag_test::withoutVolatileParts(run({"--volume-registry"}).out));
+  machine.expectGolden("unusual_prune.txt", run({"--settings-volumes", "--prune-orphans"}).out);
+  EXPECT_EQ(domainSeenByPython(), guid(1) + "\n[" + kUnusualSeen + "('SUOtherKey', 'kept')]\n");
+}
+
+TEST_F(SettingsMachine, ADocumentWithUnusualValuesInKeysTheReportIgnoresIsReadAndItsVolumeKept) {
+  registry({{guid(1), "Backup", uuid('B', 1)}, {guid(7), "Old", uuid('C', 7)}});
+  const auto path = host(kSettings + "/Nightly.cvsp/Session Settings.cvss");
+  std::filesystem::create_directories(path.parent_path());
+  documents.push_back(kSettings + "/Nightly.cvsp/Session Settings.cvss");
+  // A version of 2^63 is no signed integer: the report shows none.
+  cvdiag_test::runProgram("/usr/bin/python3", {"-c", "import datetime,plistlib,sys\nd=dict(CVSourceVolume=sys.argv[2],"
+                                                      "CVsourceVolumeName='Backup',CVTargetVolume='x',CVtargetVolumeName='',"
+                                                      "CVSessionSettingsVersion=2**63)\nd['Distant'],d['Big'],d['Nul'],d['Ref']=" +
+                                                      kUnusual + "\nplistlib.dump(d,open(sys.argv[1],'wb'),fmt=plistlib.FMT_BINARY)",
+                                                      path.string(), guid(1)});
+  machine.expectGolden("unusual_document.txt", run({"--settings-volumes", "--prune-orphans"}).out);
+  EXPECT_EQ(domainSeenByPython(), guid(1) + "\n[('SUOtherKey', 'kept')]\n");
+}
+
 TEST(SettingsReferenceTest, DocumentNameDropsTheFolderByCharacters) {
   const std::string folder = "/Users/ada/Library/Application Support/Corvane!";
   for (const auto& [document, name] : std::initializer_list<std::pair<std::string, const char*>>{

@@ -73,6 +73,13 @@ const Case kCases[] = {
     {"FullApfsMachine", [](auto&) {}, "disk_utility_entities.txt", false, "diskutil_apfs"},
     {"Complete", [](auto&) {}, "complete.txt", false},
     {"NonZeroExitAfterValidOutput", [](auto& m) { wrapDiskutil(m, "\"$real\" \"$@\"\nexit 3"); }, "complete.txt", false},
+    {"InfoWithDatesOfAnyYear",  // the platform's distant past and future, and 1904
+     [](auto& m) {
+       edit(answers(m) / "info/disk2.plist", "<dict>", "<key>",
+            "<dict>\n\t<key>Created</key>\n\t<date>1904-01-01T00:00:00Z</date>\n\t<key>Expires</key>\n"
+            "\t<date>4001-01-01T00:00:00Z</date>\n\t<key>Since</key>\n\t<date>0001-01-01T00:00:00Z</date>\n\t");
+     },
+     "info_dates.txt", false},
     {"InfoFailsForOneDisk", [](auto& m) { fs::remove(answers(m) / "info/disk2.plist"); }, "info_fails.txt", false},
     {"WrongShapesInsideTheAnswers",  // an info that is an array, groups of every wrong shape
      [](auto& m) { fs::copy(answers(m) / "wrong", answers(m), fs::copy_options::recursive | fs::copy_options::overwrite_existing); },

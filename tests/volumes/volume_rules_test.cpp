@@ -67,8 +67,8 @@ TEST(CVSnapshotTest, NamePattern) {
 }
 
 TEST(CVSnapshotTest, TimestampIsReadInAFixedOffset) {
-  EXPECT_DOUBLE_EQ(parseSnapshotTimestamp("2023-05-01-101530", 0)->secondsSince1970, 1682936130.0);
-  EXPECT_DOUBLE_EQ(parseSnapshotTimestamp("2023-05-01-101530", 7200)->secondsSince1970, 1682936130.0 - 7200);
+  EXPECT_DOUBLE_EQ(parseSnapshotTimestamp("2023-05-01-101530", 0)->secondsSince1970(), 1682936130.0);
+  EXPECT_DOUBLE_EQ(parseSnapshotTimestamp("2023-05-01-101530", 7200)->secondsSince1970(), 1682936130.0 - 7200);
   for (const char* bad : {"2023-13-01-101530", "2023-02-30-101530", "2023-02-01-246000", "2023-02-01"}) {
     EXPECT_FALSE(parseSnapshotTimestamp(bad, 0)) << bad;
   }

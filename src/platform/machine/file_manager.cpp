@@ -10,6 +10,7 @@
 #include "platform/file_manager.h"
 #include "platform/machine/factories.h"
 #include "platform/machine/machine_queries.h"
+#include "platform/machine/property_list_codec.h"
 
 namespace platform::machine {
 
@@ -105,6 +106,11 @@ class MachineFileManager final : public FileManager {
     if (S_ISDIR(info.st_mode) || S_ISFIFO(info.st_mode)) return readError(kFileReadUnknown, path);
     if (S_ISREG(info.st_mode) && static_cast<std::uint64_t>(info.st_size) > limit)
       return readError(kFileReadTooLarge, path);
+    // A regular file is mapped, not copied: a large settings document costs
+    // its pages once.
+    if (S_ISREG(info.st_mode)) {
+      if (auto mapped = mapFile(host); mapped && mapped->size() <= limit) return mapped;
+    }
     std::ifstream in(host, std::ios::binary);
     if (!in) return readError(codeOfErrno(errno), path);
     std::vector<std::uint8_t> bytes;

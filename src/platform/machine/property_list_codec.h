@@ -1,11 +1,12 @@
 #pragma once
 // The property-list reader and writer under every machine-folder family that
-// touches property lists (serialization, user defaults, bookmarks). The
-// guards in front of the library live here.
+// touches property lists (serialization, user defaults, bookmarks, settings
+// documents, diskutil answers) and under the recording importer. Both forms,
+// XML and binary, are our own code; what they hold and refuse is told in
+// platform/property_list_serialization.h.
 
 #include <cstdint>
 #include <filesystem>
-#include <optional>
 #include <span>
 
 #include "platform/property_list_serialization.h"
@@ -14,29 +15,21 @@
 
 namespace platform::machine {
 
-// Structural check of a binary property list ("bplist00"), without recursion:
-// trailer and offset table in bounds, every object in bounds and of a known
-// kind, every reference in range, dictionary keys that are text, no cycle,
-// depth at most kMaxPropertyListDepth, and at most kMaxPropertyListNodes
-// values when shared references are counted each time they are reached.
-// Nothing when the input passes; otherwise why not.
-std::optional<Error> checkBinaryPropertyList(std::span<const std::uint8_t> bytes);
-
-// Nesting and date check of an XML property list: array and dict elements
-// nested at most kMaxPropertyListDepth deep, every date text readable and in
-// the range a property-list date can hold.
-std::optional<Error> checkXMLPropertyList(std::string_view text);
-
-// Bytes (XML or binary) to a value, with all the guards.
+// Bytes (XML or binary, told apart by the first eight bytes) to a value.
 Result<Value> decodePropertyList(std::span<const std::uint8_t> bytes);
 
-// A value to bytes.
+// A value to bytes of the form asked for.
 Result<Bytes> encodePropertyList(const Value& value, PropertyListFormat format);
 
-// Reads a whole host file of at most kMaxPropertyListBytes.
-Result<Bytes> readFileCapped(const std::filesystem::path& path, std::size_t cap);
+// The whole content of a regular host file, mapped rather than read, so that
+// a file of any size costs its pages and no copy. The mapping lives as long
+// as the bytes (and their copies) do. Not a regular file, or missing: an
+// error.
+Result<Bytes> mapFile(const std::filesystem::path& path);
+// The same for a file already open; `fd` stays open and the caller's.
+Result<Bytes> mapOpenFile(int fd);
 
-// readFileCapped and decodePropertyList together.
+// mapFile and decodePropertyList together.
 Result<Value> readPropertyListFile(const std::filesystem::path& path);
 
 }  // namespace platform::machine

@@ -28,7 +28,7 @@ HostDates hostDates(const std::filesystem::path& path) {
   struct statx info {};
   if (::statx(AT_FDCWD, path.c_str(), 0, STATX_MTIME | STATX_BTIME, &info) != 0) return dates;
   auto toDate = [](const struct statx_timestamp& t) {
-    return Date{static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9};
+    return Date::fromSecondsSince1970(static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9);
   };
   if (info.stx_mask & STATX_MTIME) dates.modified = toDate(info.stx_mtime);
   if (info.stx_mask & STATX_BTIME) dates.created = toDate(info.stx_btime);

@@ -125,21 +125,15 @@ DomainSnapshot readDomain(const fs::path& path) {
   if (::fstat(fd.get(), &st) != 0) return snapshot;
   snapshot.identity = identityOf(st);
   snapshot.mode = st.st_mode & 07777;
-  if (!S_ISREG(st.st_mode) || static_cast<std::uint64_t>(st.st_size) > kMaxPropertyListBytes) return snapshot;
-  std::vector<std::uint8_t> data(static_cast<std::size_t>(st.st_size));
-  std::size_t got = 0;
-  while (got < data.size()) {
-    ssize_t n = ::read(fd.get(), data.data() + got, data.size() - got);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return snapshot;
-    got += static_cast<std::size_t>(n);
-  }
+  if (!S_ISREG(st.st_mode)) return snapshot;
+  auto data = mapOpenFile(fd.get());
+  if (!data) return snapshot;
   // An empty file is a domain with nothing in it.
-  if (data.empty()) {
+  if (data->size() == 0) {
     snapshot.state = DomainSnapshot::State::Readable;
     return snapshot;
   }
-  auto value = decodePropertyList(data);
+  auto value = decodePropertyList(data->bytes());
   if (!value || value->dictionary() == nullptr) return snapshot;
   snapshot.values = *value->dictionary();
   snapshot.state = DomainSnapshot::State::Readable;

@@ -31,7 +31,7 @@ TEST(MachineLoaderTest, ReadsEveryKeyWithTypedValues) {
   EXPECT_FALSE(machine->fails("IOServiceGetMatchingServices"));
   ASSERT_EQ(machine->files.count("/Volumes/Data/a.txt"), 1u);  // the key path is normalised
   const auto& facts = machine->files.at("/Volumes/Data/a.txt");
-  EXPECT_EQ(facts.created->secondsSince1970, 1709287200.0);
+  EXPECT_EQ(facts.created->secondsSince1970(), 1709287200.0);
   EXPECT_FALSE(facts.modified);
 
   ASSERT_EQ(machine->media.size(), 3u);

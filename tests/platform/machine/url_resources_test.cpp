@@ -84,8 +84,8 @@ TEST_F(URLResourcesTest, RecordedErrorsFailEveryReadWithTheirText) {
 TEST_F(URLResourcesTest, FileDatesComeFromTheRecordOrFromTheHostFile) {
   std::vector<std::string> dateKeys{"NSURLCreationDateKey", "NSURLContentModificationDateKey"};
   auto dated = values(file("/Volumes/Data/dated.txt"), dateKeys);
-  EXPECT_EQ(lookup(dated, NSURLCreationDateKey)->date()->secondsSince1970, 1709287200.0);
-  EXPECT_EQ(lookup(dated, NSURLContentModificationDateKey)->date()->secondsSince1970, 1709379000.0);
+  EXPECT_EQ(lookup(dated, NSURLCreationDateKey)->date()->secondsSince1970(), 1709287200.0);
+  EXPECT_EQ(lookup(dated, NSURLContentModificationDateKey)->date()->secondsSince1970(), 1709379000.0);
 
   auto half = values(file("/Volumes/Data/half.txt"), dateKeys);
   EXPECT_FALSE(lookup(half, NSURLCreationDateKey));  // a date left out is absent
@@ -95,7 +95,7 @@ TEST_F(URLResourcesTest, FileDatesComeFromTheRecordOrFromTheHostFile) {
   ASSERT_EQ(::stat(builder.hostPath("/Volumes/Data/host.txt").c_str(), &info), 0);
   auto host = values(file("/Volumes/Data/host.txt"), dateKeys);
   ASSERT_TRUE(lookup(host, NSURLContentModificationDateKey));
-  EXPECT_EQ(static_cast<long>(lookup(host, NSURLContentModificationDateKey)->date()->secondsSince1970),
+  EXPECT_EQ(static_cast<long>(lookup(host, NSURLContentModificationDateKey)->date()->secondsSince1970()),
             static_cast<long>(info.st_mtime));
 
   EXPECT_TRUE(values(file("/Volumes/Data/none.txt"), dateKeys).empty());
