@@ -106,6 +106,10 @@ std::string nestedXML(std::size_t depth) {
   return s + "</plist>";
 }
 
+std::string golden(const std::string& name) {
+  return cvdiag_test::readFile(std::string(CVDIAG_SOURCE_DIR) + "/tests/platform/golden/" + name);
+}
+
 std::string plist(const std::string& body) { return "<plist version=\"1.0\">" + body + "</plist>"; }
 
 class Corpus : public ::testing::Test {
@@ -210,6 +214,10 @@ TEST(PropertyListCodecTest, ReadsTheXMLSyntaxThePlatformReads) {
       {"\xEF\xBB\xBF<?xml version=\"1.0\"?>\n<!DOCTYPE plist [ <!ENTITY x \"]>\"> ]>\n<!-- c -->" + plist("<array/>") + "\n",
        Array{}},
       {"<array>\n <true/> <!-- c --> <false/>\n</array>", Array{true, false}},
+      {golden("hand-written.plist"), Dictionary{{"ProductVersion", "14.2.1"}, {"Offset", -12}, {"Empty", Array{}},
+                                                {"When", Date::fromReferenceDate(730980000.0)}, {"Escaped", "a & b <c>"}}},
+      // Another writer's binary list: keys and values shared, one-byte references, UTF-16 text.
+      {golden("shared-values.bplist"), Array(3, Dictionary{{"Name", "D\xc3\xa9j\xc3\xa0 \xf0\x9f\x92\xbe"}})},
   };
   for (const auto& [text, expected] : cases) {
     auto v = decode(text);
@@ -239,12 +247,14 @@ TEST(PropertyListCodecTest, MalformedLyingAndHostileInputIsRefused) {
       nestedXML(200000), nestedBinary(kMaxPropertyListDepth + 1), nestedBinary(100000), lying,
       bplist({"a100"}), bplist({"a105"}), bplist({"d10102", "1001", "1002"}), bplist({"14" + std::string(15, '0') + "1" + std::string(16, '0')}),
       bplist({"5180"}), bplist({"61d800"}), bplist({"70"}), bplist({"c0"}), bplist({"00"}), bplist(chain),
-      cvdiag_test::readFile(std::string(CVDIAG_SOURCE_DIR) + "/tests/platform/golden/cycle.bplist"),
+      golden("cycle.bplist"),
   };
   for (const auto& r : refused) {
     auto v = decode(r);
     EXPECT_FALSE(v) << hex(r.substr(0, 60));
-    if (!v) EXPECT_EQ(v.error().code, 3840);
+    if (!v) {
+      EXPECT_EQ(v.error().code, 3840);
+    }
   }
   for (std::size_t n = 0; n < good.size(); ++n) EXPECT_FALSE(decode(good.substr(0, n))) << n;
   EXPECT_TRUE(decode(nestedBinary(kMaxPropertyListDepth)));
