@@ -18,10 +18,7 @@ TEST(TextTest, EveryByteThatIsNotUTF8StandsAsOneReplacementCharacter) {
     EXPECT_EQ(text::isValidUTF8(bytes), valid) << bytes;
     EXPECT_EQ(text::replacingInvalidUTF8(bytes), replaced) << bytes;
   }
-  auto emoji = text::decodeAt(mixed, 12);
-  ASSERT_TRUE(emoji);
-  EXPECT_EQ(emoji->value, U'\U0001F600');
-  EXPECT_EQ(emoji->byteLength, 4u);
+  EXPECT_EQ(text::decodeAt(mixed, 12)->byteLength, 4u);
 }
 
 TEST(TextTest, CharactersAreExtendedGraphemeClusters) {

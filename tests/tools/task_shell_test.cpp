@@ -17,11 +17,7 @@
 using Lines = std::vector<std::string>;
 
 TEST(DecodeOutputLinesTest, SplitsAtEveryNewlineCharacterOfUTF8Text) {
-  struct Case {
-    std::string bytes;
-    TaskLines lines;
-  };
-  const Case cases[] = {
+  const std::pair<std::string, TaskLines> cases[] = {
       {"", Lines{""}}, {"one", Lines{"one"}}, {"one\n", Lines{"one", ""}},
       {"a\nb\n\nc", Lines{"a", "b", "", "c"}}, {"a\r\nb", Lines{"a", "", "b"}},
       {"v\vf\fr\rend", Lines{"v", "f", "r", "end"}},
@@ -31,10 +27,7 @@ TEST(DecodeOutputLinesTest, SplitsAtEveryNewlineCharacterOfUTF8Text) {
       {"Gr\xC3\xBC\xC3\x9F" "e \xF0\x9F\x98\x80\n", Lines{"Gr\xC3\xBC\xC3\x9F" "e \xF0\x9F\x98\x80", ""}},
       {"ok\n\x80", std::nullopt}, {"latin1 caf\xE9\n", std::nullopt},  // not UTF-8
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.bytes);
-    EXPECT_EQ(decodeOutputLines(c.bytes), c.lines);
-  }
+  for (const auto& [bytes, lines] : cases) EXPECT_EQ(decodeOutputLines(bytes), lines) << bytes;
 }
 
 namespace {
