@@ -1,6 +1,12 @@
-# The logic libraries reach the platform through its interface headers only.
+# The arrows between the libraries point downwards. Text depends on nothing
+# of the tool; the command-line framework and the platform headers on text
+# alone; the logic on those three, but only the command (src/app) on the
+# framework (the rest may use the report's print operation, app/print.h),
+# and nothing of it on the machine-folder implementation, which it reaches
+# through the platform headers (platform/*.h) only.
+#
 # Each source and the headers beside it are read at configure time; an
-# include of the machine-folder implementation is a configuration error.
+# include against these arrows is a configuration error.
 function(cvdiag_check_layering sources)
   set(files ${sources})
   foreach(source IN LISTS sources)
@@ -12,11 +18,24 @@ function(cvdiag_check_layering sources)
   foreach(file IN LISTS files)
     if(file MATCHES "/src/platform/machine/" OR file MATCHES "/src/app/main\\.cpp$")
       continue()
+    elseif(file MATCHES "/src/text/")
+      set(allowed "text")
+    elseif(file MATCHES "/src/argument_parser/")
+      set(allowed "argument_parser|text")
+    elseif(file MATCHES "/src/platform/")
+      set(allowed "platform|text")
+    elseif(file MATCHES "/src/app/")
+      set(allowed "[a-z_]+")
+    else()
+      set(allowed "app/print\\.h|logging|platform|registry|settings|text|tools|volumes")
     endif()
-    file(STRINGS "${file}" hits REGEX "#include \"platform/machine/")
-    if(hits)
-      message(FATAL_ERROR "${file} includes the machine-folder implementation; "
-        "the logic sees only the platform headers (platform/*.h)")
-    endif()
+    file(STRINGS "${file}" includes REGEX "^#include \"[a-z_]+/")
+    foreach(line IN LISTS includes)
+      string(REGEX REPLACE "^#include \"([a-z_]+/[a-z_.]*).*" "\\1" target "${line}")
+      if(target STREQUAL "platform/machine" OR NOT target MATCHES "^(${allowed})(/|$)")
+        message(FATAL_ERROR "${file}: ${line} points against the layers; "
+          "see cmake/CheckLayering.cmake for what each folder may include")
+      endif()
+    endforeach()
   endforeach()
 endfunction()

@@ -11,6 +11,7 @@
 #include "platform/disk_arbitration.h"
 #include "platform/formatters.h"
 #include "platform/platform.h"
+#include "text/text.h"
 #include "tools/disk_util.h"
 #include "volumes/cv_disk_volume.h"
 
@@ -30,20 +31,11 @@ std::string entryText(const Dictionary& dictionary, std::string_view key) {
   return platform::foundationDescription(*value);
 }
 
-// The first `width` characters of `text` (whole UTF-8 sequences), padded with
+// The first `width` characters (grapheme clusters) of `text`, padded with
 // blanks to that width.
 std::string paddedOrCut(const std::string& text, std::size_t width) {
-  std::string out;
-  std::size_t characters = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    if ((byte & 0xC0) != 0x80) {
-      if (characters == width) break;
-      ++characters;
-    }
-    out += text[i];
-  }
-  out.append(width - characters, ' ');
+  std::string out = text.substr(0, text.size() - text::droppingFirstCharacters(text, width).size());
+  out.append(width - text::characterCount(out), ' ');
   return out;
 }
 

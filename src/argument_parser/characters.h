@@ -1,6 +1,7 @@
 #pragma once
 // Text as a sequence of user-perceived characters (extended grapheme
-// clusters), the unit in which names, widths and edit distances are counted.
+// clusters), the unit in which names, widths and edit distances are counted:
+// the framework's names for what text/text.h counts.
 
 #include <string>
 #include <string_view>

@@ -2,28 +2,20 @@
 // volumes that more than one GUID stands for.
 #include "registry/cv_disk_manager.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <random>
 #include <unordered_map>
 
-#include "argument_parser/characters.h"
+#include "text/text.h"
 #include "volumes/cv_disk_volume.h"
 
 namespace {
 
-constexpr std::string_view kZeroGUID = "00000000-0000-0000-0000-000000000000";
+// Columns are padded and cut by UTF-16 code units, as the system pads its
+// strings.
+using text::paddedToUTF16Length;
 
-// The text cut or padded with `pad` to exactly `width` user-perceived
-// characters.
-std::string padded(std::string_view text, std::size_t width, char pad) {
-  auto characters = ArgumentParser::characters(text);
-  std::string result;
-  std::size_t count = std::min(width, characters.size());
-  for (std::size_t i = 0; i < count; ++i) result += characters[i];
-  result.append(width - count, pad);
-  return result;
-}
+constexpr std::string_view kZeroGUID = "00000000-0000-0000-0000-000000000000";
 
 // The hash of a blob: its bytes mixed with a seed chosen once per process,
 // so the value differs from one run to the next.
@@ -78,12 +70,12 @@ std::string CVDiskManager::guidMapDump() const {
   std::string text;
   for (const auto& column : kColumns) {
     if (&column != kColumns) text += ' ';
-    text += padded(column.heading, column.width, ' ');
+    text += paddedToUTF16Length(column.heading, column.width, ' ');
   }
   text += '\n';
   for (const auto& column : kColumns) {
     if (&column != kColumns) text += ' ';
-    text += padded("-", column.width, '-');
+    text += paddedToUTF16Length("-", column.width, '-');
   }
   text += '\n';
 
@@ -110,9 +102,10 @@ std::string CVDiskManager::guidMapDump() const {
         }
       }
     }
-    text += key + ' ' + (name ? padded(*name, 45, ' ') : std::string()) + ' ' +
-            (volumeUUID ? *volumeUUID : std::string(kZeroGUID)) + ' ' + padded(mounted ? "YES" : "NO", 7, ' ') +
-            ' ' + hexadecimal(dataHash(data->second)) + ' ' + std::to_string(data->second.size()) + " bytes\n";
+    text += key + ' ' + (name ? paddedToUTF16Length(*name, 45, ' ') : std::string()) + ' ' +
+            (volumeUUID ? *volumeUUID : std::string(kZeroGUID)) + ' ' +
+            paddedToUTF16Length(mounted ? "YES" : "NO", 7, ' ') + ' ' + hexadecimal(dataHash(data->second)) + ' ' +
+            std::to_string(data->second.size()) + " bytes\n";
     ++data;
   }
   return text;

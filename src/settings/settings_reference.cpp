@@ -1,59 +1,14 @@
 #include "settings/settings_reference.h"
 
-#include <utf8proc.h>
-
 #include <limits>
 
 #include "platform/platform.h"
 #include "platform/property_list_serialization.h"
+#include "text/text.h"
 
 using platform::current;
 
 namespace {
-
-// The bytes of `text` after its first `count` user-perceived characters.
-// Bytes that are not UTF-8 count as one character each.
-std::string_view dropFirstCharacters(std::string_view text, std::size_t count) {
-  const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
-  std::size_t at = 0;
-  std::size_t seen = 0;
-  utf8proc_int32_t previous = -1;
-  utf8proc_int32_t state = 0;
-  while (at < text.size()) {
-    utf8proc_int32_t codePoint = -1;
-    auto used = utf8proc_iterate(bytes + at, static_cast<utf8proc_ssize_t>(text.size() - at), &codePoint);
-    bool starts = used <= 0 || previous < 0 || utf8proc_grapheme_break_stateful(previous, codePoint, &state);
-    if (used <= 0) {
-      used = 1;
-      codePoint = -1;
-      state = 0;
-    }
-    if (starts && seen++ == count) return text.substr(at);
-    previous = codePoint;
-    at += static_cast<std::size_t>(used);
-  }
-  return {};
-}
-
-// Text for a report line: bytes that are not UTF-8 (a file name can hold
-// any) stand as U+FFFD, so the report stays text.
-std::string printable(std::string_view text) {
-  std::string out;
-  const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
-  std::size_t at = 0;
-  while (at < text.size()) {
-    utf8proc_int32_t codePoint = 0;
-    auto used = utf8proc_iterate(bytes + at, static_cast<utf8proc_ssize_t>(text.size() - at), &codePoint);
-    if (used <= 0) {
-      out += "\uFFFD";
-      ++at;
-    } else {
-      out.append(text.substr(at, static_cast<std::size_t>(used)));
-      at += static_cast<std::size_t>(used);
-    }
-  }
-  return out;
-}
 
 std::optional<platform::Date> fileDate(const platform::URL& url, std::string_view key, std::ostream& messages) {
   auto values = current().urlResources->resourceValuesForKeys(url, {std::string(key)});
@@ -122,10 +77,10 @@ std::string SettingsReference::documentName(std::string_view settingsFolderPath)
   std::string full = path.path();
   auto slash = full.rfind('/');
   std::string package = slash == std::string::npos ? std::string() : full.substr(0, slash);
-  std::string prefix = std::string(settingsFolderPath) + "/";
-  std::size_t prefixCount = 0;
-  for (std::string_view rest = prefix; !rest.empty(); rest = dropFirstCharacters(rest, 1)) ++prefixCount;
-  return printable(dropFirstCharacters(package, prefixCount));
+  // Bytes that are not UTF-8 (a file name can hold any) stand as U+FFFD, so
+  // the report stays text.
+  std::size_t prefixCount = text::characterCount(std::string(settingsFolderPath) + "/");
+  return text::replacingInvalidUTF8(text::droppingFirstCharacters(package, prefixCount));
 }
 
 std::optional<platform::Date> SettingsReference::creationDate(std::ostream& messages) const {

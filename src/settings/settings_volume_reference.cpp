@@ -1,31 +1,15 @@
 #include "settings/settings_volume_reference.h"
 
-#include <cstdlib>
 #include <functional>
-#include <memory>
 
-#include <utf8proc.h>
-
-std::string canonicalName(std::string_view name) {
-  // Plain ASCII is its own decomposition; most names are.
-  bool ascii = true;
-  for (unsigned char c : name) ascii = ascii && c < 0x80;
-  if (ascii) return std::string(name);
-  utf8proc_uint8_t* mapped = nullptr;
-  auto length = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(name.data()),
-                             static_cast<utf8proc_ssize_t>(name.size()), &mapped,
-                             static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_DECOMPOSE));
-  if (length < 0) return std::string(name);
-  std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owned(mapped, &std::free);
-  return std::string(reinterpret_cast<const char*>(mapped), static_cast<std::size_t>(length));
-}
+#include "text/text.h"
 
 bool namesAreEquivalent(std::string_view a, std::string_view b) {
-  return a == b || canonicalName(a) == canonicalName(b);
+  return a == b || text::canonicalDecomposition(a) == text::canonicalDecomposition(b);
 }
 
 SettingsVolumeReference::SettingsVolumeReference(platform::UUID guid, std::string name)
-    : guid_(guid), name_(std::move(name)), comparedName_(canonicalName(name_)) {}
+    : guid_(guid), name_(std::move(name)), comparedName_(text::canonicalDecomposition(name_)) {}
 
 std::optional<SettingsVolumeReference> SettingsVolumeReference::make(std::optional<platform::UUID> guid,
                                                                      std::optional<std::string> name) {

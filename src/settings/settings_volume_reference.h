@@ -14,10 +14,8 @@
 
 #include "platform/value.h"
 
-// The name in canonical decomposed form, the form in which names are
-// compared. Text that is not UTF-8 compares by its bytes.
-std::string canonicalName(std::string_view name);
-// Whether two names are canonically equivalent.
+// Whether two names are canonically equivalent: equal in canonical
+// decomposed form. Text that is not UTF-8 compares by its bytes.
 bool namesAreEquivalent(std::string_view a, std::string_view b);
 
 class SettingsVolumeReference {

@@ -1,7 +1,5 @@
 #include "tools/task_shell.h"
 
-#include <utf8proc.h>
-
 #include <atomic>
 #include <mutex>
 
@@ -9,10 +7,11 @@
 #include "platform/dispatch.h"
 #include "platform/formatters.h"
 #include "platform/platform.h"
+#include "text/text.h"
 
 namespace {
 
-bool isNewline(utf8proc_int32_t c) {
+bool isNewline(char32_t c) {
   return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
 
@@ -71,23 +70,15 @@ std::string arrayDescription(const std::vector<std::string>& items) {
 
 TaskLines decodeOutputLines(std::string_view bytes) {
   std::vector<std::string> lines;
-  const auto* p = reinterpret_cast<const utf8proc_uint8_t*>(bytes.data());
-  utf8proc_ssize_t left = static_cast<utf8proc_ssize_t>(bytes.size());
   std::size_t lineStart = 0;
-  std::size_t at = 0;
-  while (left > 0) {
-    utf8proc_int32_t c = p[at];
-    utf8proc_ssize_t n = 1;
-    if (c >= 0x80) {
-      n = utf8proc_iterate(p + at, left, &c);
-      if (n <= 0) return std::nullopt;
-    }
-    if (isNewline(c)) {
+  for (std::size_t at = 0; at < bytes.size();) {
+    auto codePoint = text::decodeAt(bytes, at);
+    if (!codePoint) return std::nullopt;
+    if (isNewline(codePoint->value)) {
       lines.emplace_back(bytes.substr(lineStart, at - lineStart));
-      lineStart = at + static_cast<std::size_t>(n);
+      lineStart = at + codePoint->byteLength;
     }
-    at += static_cast<std::size_t>(n);
-    left -= n;
+    at += codePoint->byteLength;
   }
   lines.emplace_back(bytes.substr(lineStart));
   return lines;

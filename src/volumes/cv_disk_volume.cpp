@@ -12,10 +12,10 @@
 #include "platform/system.h"
 #include "platform/url_resources.h"
 #include "platform/workspace.h"
+#include "text/text.h"
 #include "volumes/disk_order_key.h"
 #include "volumes/media_walk.h"
 #include "volumes/resource_errors.h"
-#include "volumes/utf8.h"
 #include "logging/log.h"
 
 using platform::current;
@@ -289,7 +289,7 @@ std::optional<platform::URL> CVDiskVolume::imagePath() const {
       io.IORegistryEntrySearchCFProperty(media, platform::kIOServicePlane, "image-path", kTowardsParents);
   if (imagePathValue && imagePathValue->data()) {
     auto text = imagePathValue->data()->asStringView();
-    if (!isValidUTF8(text)) return std::nullopt;
+    if (!text::isValidUTF8(text)) return std::nullopt;
     return platform::URL::fileURLWithPath(text, false);
   }
   auto urlValue =

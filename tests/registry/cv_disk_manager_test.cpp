@@ -237,3 +237,30 @@ TEST_F(CVDiskManagerTest, ReportOnADomainThatDoesNotExistReadsAsEmpty) {
   expectGolden("empty.txt", result.out);
   EXPECT_FALSE(std::filesystem::exists(host(kDomainPath)));
 }
+
+TEST_F(CVDiskManagerTest, TheTablePadsAndCutsNamesByUTF16CodeUnitsAndTheDuplicateListPrintsThemWhole) {
+  auto guid = [](int n) { return "10000000-0000-4000-8000-00000000000" + std::to_string(n); };
+  const std::string emoji = "\U0001F4F7 \U0001F468\u200D\U0001F469\u200D\U0001F467";  // 2 + 1 + 8 units
+  const std::string longName = std::string(44, 'a') + "e\u0301 and more", other = "21111111-2222-4333-8444-555555555555",
+                    shared = "41111111-2222-4333-8444-555555555555";  // attached nowhere
+  const CVDiskVolumeMap map{
+      {guid(1), blob("Cafe\u0301", kBackupUUID)}, {guid(2), blob(emoji + " Photos", other)},
+      {guid(3), blob(longName, shared)}, {guid(4), blob(std::string(44, 'b') + "\U0001F600", shared)},
+      {guid(5), blob({{"NSURLVolumeUUIDStringKey", shared}})}, {guid(6), Bytes::fromString("no bookmark")}};
+  writeRegistry(map);
+  auto manager = CVDiskManager::create();
+  auto blanks = [](std::size_t count) { return std::string(count, ' '); };
+  auto tail = [&](int n) { return " <hash> " + std::to_string(map.at(guid(n)).size()) + " bytes\n"; };
+  EXPECT_EQ(cvdiag_test::withoutVolatileParts(manager->guidMapDump()),
+            "GUID" + blanks(32) + " Name" + blanks(41) + " Volume UUID" + blanks(25) + " Mounted Hash    Size      \n" +
+                std::string(36, '-') + ' ' + std::string(45, '-') + ' ' + std::string(36, '-') +
+                " ------- ------- ----------\n" +
+                guid(1) + " Cafe\u0301" + blanks(40) + ' ' + kBackupUUID + " YES    " + tail(1) +
+                guid(2) + ' ' + emoji + " Photos" + blanks(27) + ' ' + other + " NO     " + tail(2) +
+                guid(3) + ' ' + std::string(44, 'a') + "e " + shared + " NO     " + tail(3) +  // the accent cut off
+                guid(4) + ' ' + std::string(44, 'b') + "\uFFFD " + shared + " NO     " + tail(4) +  // a lone surrogate
+                guid(5) + "  " + shared + " NO     " + tail(5) +
+                guid(6) + "  00000000-0000-0000-0000-000000000000 NO     " + tail(6));
+  EXPECT_EQ(manager->duplicatesDump(), "Duplicate entries found for volume(s):\n  Volume " + shared + " \u201C" + longName +
+                                           "\u201D is associated with more than one GUID. 3 entries found.\n");
+}
