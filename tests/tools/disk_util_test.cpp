@@ -1,9 +1,12 @@
-// CVDiag's diskutil section on machines whose diskutil answers well, badly or not at all. A catalogue
-// that cannot be built ends in its case's golden head, then the "<null>" volume blocks (null_volumes.txt).
+// CVDiag's diskutil section on machines whose diskutil answers well, badly or not at all. The cases of
+// a machine print the same volume blocks: each case's golden holds the text before them, and the blocks
+// are those of expected/volumes.txt with the "diskutil info" of the case's unanswered disks as "<null>".
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -40,11 +43,23 @@ void wrapDiskutil(const testsupport::MachineBuilder& m, const std::string& body)
   writeFile(m.folder() / "usr/sbin/diskutil", "#!/bin/sh\nreal=\"$(dirname \"$0\")/diskutil.real\"\n" + body + "\n");
 }
 
+// The volume blocks with the "diskutil info" dictionary of each named disk replaced by "<null>".
+std::string withNullInfo(std::string blocks, const std::vector<std::string>& disks) {
+  for (const auto& disk : disks) {
+    auto info = blocks.find("diskutil info\n {\n", blocks.find("device: " + disk + " ")) + 14;
+    blocks.replace(info, blocks.find("\n}\n", info) + 3 - info, " <null>\n");
+  }
+  return blocks;
+}
+
+const std::string kFirstBlock = "\n>>>>>>>>>>>>>>>>>>>>\n";
+const std::vector<std::string> kAllInfoNull{"disk3", "disk3s5", "disk10"};
+
 struct Case {
   const char* name;
   std::function<void(const testsupport::MachineBuilder&)> prepare;
-  const char* golden;
-  bool withoutCatalogue;  // the golden holds the head only
+  const char* golden;                  // what comes before the volume blocks
+  std::vector<std::string> nullInfo;   // disks whose "diskutil info" prints "<null>"
   const char* machine = "diskutil_small";
 };
 
@@ -55,12 +70,13 @@ TEST_P(DiskUtilSectionTest, PrintsTheGoldenText) {
   testsupport::MachineBuilder machine(c.machine);
   c.prepare(machine);
   auto result = runSection(machine);
-  if (c.withoutCatalogue) {
-    const std::string tail = cvdiag_test::readFile(machine.source() / "expected/null_volumes.txt");
-    EXPECT_EQ(result.out.substr(result.out.size() - tail.size()), tail);
-    machine.expectGolden(c.golden, result.out.substr(0, result.out.size() - tail.size()));
+  const auto blocks = std::min(result.out.find(kFirstBlock), result.out.size());
+  machine.expectGolden(c.golden, result.out.substr(0, blocks));
+  if (c.nullInfo.empty()) {
+    machine.expectGolden("volumes.txt", result.out.substr(blocks));
   } else {
-    machine.expectGolden(c.golden, result.out);
+    const auto volumes = cvdiag_test::readFile(machine.source() / "expected/volumes.txt");
+    EXPECT_EQ(result.out.substr(blocks), withNullInfo(volumes, c.nullInfo));
   }
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.status, 0);
@@ -70,28 +86,28 @@ const fs::path kList = "list.plist", kFileSystems = "listFileSystems.plist";
 
 const Case kCases[] = {
     // System and data volumes in a group, a snapshot, a disk image.
-    {"FullApfsMachine", [](auto&) {}, "disk_utility_entities.txt", false, "diskutil_apfs"},
-    {"Complete", [](auto&) {}, "complete.txt", false},
-    {"NonZeroExitAfterValidOutput", [](auto& m) { wrapDiskutil(m, "\"$real\" \"$@\"\nexit 3"); }, "complete.txt", false},
-    {"InfoFailsForOneDisk", [](auto& m) { fs::remove(answers(m) / "info/disk2.plist"); }, "info_fails.txt", false},
+    {"FullApfsMachine", [](auto&) {}, "disk_utility_entities.txt", {}, "diskutil_apfs"},
+    {"Complete", [](auto&) {}, "complete.txt", {}},
+    {"NonZeroExitAfterValidOutput", [](auto& m) { wrapDiskutil(m, "\"$real\" \"$@\"\nexit 3"); }, "complete.txt", {}},
+    {"InfoFailsForOneDisk", [](auto& m) { fs::remove(answers(m) / "info/disk2.plist"); }, "info_fails.txt", {}},
     {"WrongShapesInsideTheAnswers",  // an info that is an array, groups of every wrong shape
      [](auto& m) { fs::copy(answers(m) / "wrong", answers(m), fs::copy_options::recursive | fs::copy_options::overwrite_existing); },
-     "wrong_shapes.txt", false},
+     "wrong_shapes.txt", {"disk3s5"}},
     {"TextThatIsNoPropertyList", [](auto& m) { fs::rename(answers(m) / "listFileSystems.txt", answers(m) / kFileSystems); },
-     "not_plist.txt", true},
+     "not_plist.txt", kAllInfoNull},
     {"FileSystemsNotAnArrayOfDictionaries", [](auto& m) { edit(answers(m) / kFileSystems, "<dict>", "</array>", "<dict/><true/>"); },
-     "file_systems_wrong_shape.txt", true},
-    {"NoDiskutil", [](auto& m) { fs::remove(m.folder() / "usr/sbin/diskutil"); }, "no_diskutil.txt", true},
+     "file_systems_wrong_shape.txt", kAllInfoNull},
+    {"NoDiskutil", [](auto& m) { fs::remove(m.folder() / "usr/sbin/diskutil"); }, "no_diskutil.txt", kAllInfoNull},
     {"DiskutilNotExecutable", [](auto& m) { fs::permissions(m.folder() / "usr/sbin/diskutil", fs::perms::owner_read); },
-     "no_diskutil.txt", true},
-    {"LayoutNotUTF8", [](auto& m) { edit(answers(m) / kList, "<key>AllDisks<", "<", "\xff\xfe"); }, "layout_not_utf8.txt", true},
+     "no_diskutil.txt", kAllInfoNull},
+    {"LayoutNotUTF8", [](auto& m) { edit(answers(m) / kList, "<key>AllDisks<", "<", "\xff\xfe"); }, "layout_not_utf8.txt", kAllInfoNull},
     {"TenMegabytesOfGarbage", [](auto& m) { writeFile(answers(m) / kList, std::string(10 << 20, '\xc3')); },
-     "layout_not_utf8.txt", true},
+     "layout_not_utf8.txt", kAllInfoNull},
     {"AllDisksNotStrings", [](auto& m) { edit(answers(m) / kList, "<string>disk2<", "</array>", "<true/>"); },
-     "all_disks_wrong_shape.txt", true},
+     "all_disks_wrong_shape.txt", kAllInfoNull},
     {"LayoutWithoutVolumesFromDisks", [](auto& m) { edit(answers(m) / kList, "<key>VolumesFromDisks", "<key>WholeDisks", ""); },
-     "no_volumes_from_disks.txt", true},
-    {"NoVolumeGroups", [](auto& m) { fs::remove(answers(m) / "apfs-listVolumeGroups.plist"); }, "no_volume_groups.txt", true},
+     "no_volumes_from_disks.txt", kAllInfoNull},
+    {"NoVolumeGroups", [](auto& m) { fs::remove(answers(m) / "apfs-listVolumeGroups.plist"); }, "no_volume_groups.txt", kAllInfoNull},
 };
 
 INSTANTIATE_TEST_SUITE_P(Machines, DiskUtilSectionTest, ::testing::ValuesIn(kCases),
@@ -106,7 +122,7 @@ TEST(DiskUtilHostileTest, TenMegabytesOfTextThatIsNoPropertyList) {
   const std::string head = "**** Collecting file system personalities ****\nFailed to parse plist data:\n[\"";
   const std::string noDiskutil = cvdiag_test::readFile(machine.source() / "expected/no_diskutil.txt");
   const std::string tail = "\", \"end\", \"\"]\n\n" + noDiskutil.substr(noDiskutil.find('\n') + 1) +
-                           cvdiag_test::readFile(machine.source() / "expected/null_volumes.txt");
+                           withNullInfo(cvdiag_test::readFile(machine.source() / "expected/volumes.txt"), kAllInfoNull);
   EXPECT_EQ(out, head + std::string(10 << 20, 'x') + tail);
 }
 
