@@ -52,8 +52,17 @@ std::string withNullInfo(std::string blocks, const std::vector<std::string>& dis
   return blocks;
 }
 
-const std::string kFirstBlock = "\n>>>>>>>>>>>>>>>>>>>>\n";
 const std::vector<std::string> kAllInfoNull{"disk3", "disk3s5", "disk10"};
+
+// Compares the text before the volume blocks with the golden, and the blocks with expected/volumes.txt
+// of the machine (written there when `nullInfo` is empty and CVDIAG_UPDATE_GOLDENS=1).
+void expectSectionGolden(const testsupport::MachineBuilder& machine, const char* golden, const std::string& out,
+                         const std::vector<std::string>& nullInfo = {}) {
+  const auto blocks = std::min(out.find("\n>>>>>>>>>>>>>>>>>>>>\n"), out.size());
+  machine.expectGolden(golden, out.substr(0, blocks));
+  if (nullInfo.empty()) return machine.expectGolden("volumes.txt", out.substr(blocks));
+  EXPECT_EQ(out.substr(blocks), withNullInfo(cvdiag_test::readFile(machine.source() / "expected/volumes.txt"), nullInfo));
+}
 
 struct Case {
   const char* name;
@@ -70,14 +79,7 @@ TEST_P(DiskUtilSectionTest, PrintsTheGoldenText) {
   testsupport::MachineBuilder machine(c.machine);
   c.prepare(machine);
   auto result = runSection(machine);
-  const auto blocks = std::min(result.out.find(kFirstBlock), result.out.size());
-  machine.expectGolden(c.golden, result.out.substr(0, blocks));
-  if (c.nullInfo.empty()) {
-    machine.expectGolden("volumes.txt", result.out.substr(blocks));
-  } else {
-    const auto volumes = cvdiag_test::readFile(machine.source() / "expected/volumes.txt");
-    EXPECT_EQ(result.out.substr(blocks), withNullInfo(volumes, c.nullInfo));
-  }
+  expectSectionGolden(machine, c.golden, result.out, c.nullInfo);
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.status, 0);
 }
