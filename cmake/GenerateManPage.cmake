@@ -2,6 +2,9 @@
 # description of its command tree that the tool prints with
 # --experimental-dump-help. Run as a build step:
 #   cmake -DTOOL=... -DVERSION=3.12 -DOUTPUT=... -P GenerateManPage.cmake
+# What the command tree cannot tell comes from two optional files of roff
+# text written for the tool: ENVIRONMENT_ROFF, entries added to ENVIRONMENT
+# after the framework's own variables, and FILES_ROFF, the entries of FILES.
 foreach(required TOOL VERSION OUTPUT)
   if(NOT DEFINED ${required})
     message(FATAL_ERROR "GenerateManPage.cmake needs -D${required}=...")
@@ -214,4 +217,12 @@ string(APPEND page ".SH ENVIRONMENT\n"
   ".TP\n.B COLUMNS\nWidth of the help text.\n"
   ".TP\n.B SHELL\nShell whose completion script "
   "\\fB\\-\\-generate\\-completion\\-script\\fR writes when no shell is named.\n")
+if(DEFINED ENVIRONMENT_ROFF)
+  file(READ "${ENVIRONMENT_ROFF}" entries)
+  string(APPEND page "${entries}")
+endif()
+if(DEFINED FILES_ROFF)
+  file(READ "${FILES_ROFF}" entries)
+  string(APPEND page ".SH FILES\n${entries}")
+endif()
 file(WRITE "${OUTPUT}" "${page}")

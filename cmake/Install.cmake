@@ -25,14 +25,26 @@ function(cvdiag_install_tool tool)
       COMMENT "Generating the ${shell} completion script of ${tool}"
       VERBATIM)
   endforeach()
+  # The tool's own ENVIRONMENT entries and FILES, when cmake/man has them.
+  set(man_texts)
+  set(man_arguments)
+  foreach(part environment files)
+    set(text ${CMAKE_SOURCE_DIR}/cmake/man/${tool}.${part})
+    if(EXISTS ${text})
+      string(TOUPPER ${part} variable)
+      list(APPEND man_texts ${text})
+      list(APPEND man_arguments -D${variable}_ROFF=${text})
+    endif()
+  endforeach()
   add_custom_command(
     OUTPUT ${man}
     COMMAND ${CMAKE_COMMAND}
       -DTOOL=$<TARGET_FILE:${tool}>
       -DVERSION=${CVDIAG_SHORT_VERSION}
       -DOUTPUT=${man}
+      ${man_arguments}
       -P ${CMAKE_SOURCE_DIR}/cmake/GenerateManPage.cmake
-    DEPENDS ${tool} ${CMAKE_SOURCE_DIR}/cmake/GenerateManPage.cmake
+    DEPENDS ${tool} ${CMAKE_SOURCE_DIR}/cmake/GenerateManPage.cmake ${man_texts}
     COMMENT "Generating the manual page of ${tool}"
     VERBATIM)
   set(CVDIAG_INSTALL_FILES ${CVDIAG_INSTALL_FILES} ${bash} ${zsh} ${fish} ${man} PARENT_SCOPE)

@@ -1,6 +1,7 @@
 # Runs the manual page generator on a recorded tool description with
-# subcommands, hidden arguments and text that roff would misread, and
-# compares the page with the expected one.
+# subcommands, hidden arguments and text that roff would misread, with
+# the tool's own environment entries and files, and compares the page with
+# the expected one.
 foreach(required SOURCE_DIR WORK_DIR)
   if(NOT DEFINED ${required})
     message(FATAL_ERROR "CheckManPage.cmake needs -D${required}=...")
@@ -15,6 +16,8 @@ file(CHMOD "${tool}" PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
 
 execute_process(
   COMMAND "${CMAKE_COMMAND}" -DTOOL=${tool} -DVERSION=2.0 -DOUTPUT=${WORK_DIR}/tree.1
+          -DENVIRONMENT_ROFF=${SOURCE_DIR}/tests/install/tree.environment
+          -DFILES_ROFF=${SOURCE_DIR}/tests/install/tree.files
           -P "${SOURCE_DIR}/cmake/GenerateManPage.cmake"
   RESULT_VARIABLE status
   ERROR_VARIABLE errors)

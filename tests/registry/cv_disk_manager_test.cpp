@@ -12,43 +12,30 @@
 #include "platform/platform.h"
 #include "registry/cv_disk_manager.h"
 #include "support/machine_builder.h"
+#include "support/registry_domain.h"
 #include "support/run_cvdiag.h"
 #include "volumes/cv_disk_volume.h"
 
 using platform::Bytes;
+using testsupport::bookmarkBlob;
+using testsupport::kCorvaneDomainPath;
 
 namespace {
 
-const std::string kDomainPath = "/Users/ada/Library/Preferences/com.tamarlin.Corvane.plist";
 const std::string kBackupUUID = "6C1D3C57-9E54-4A6B-8D37-2C0E1F7B5A10";     // disk4s2, mounted
 const std::string kRecoveryUUID = "3E2D3C4B-5A69-4788-97A6-B5C4D3E2F103";   // disk3s3, not mounted
 const std::string kDataUUID = "5E2D3C4B-5A69-4788-97A6-B5C4D3E2F105";       // disk3s5, the boot group's
 
-// A bookmark blob made by the platform, holding exactly the given values.
-platform::Bytes blob(const platform::Dictionary& values) {
-  std::vector<std::string> keys;
-  for (const auto& [key, value] : values) keys.push_back(key);
-  return *platform::current().bookmarks->bookmarkData(platform::URL::fileURLWithPath("/Volumes/X", true), 0x400,
-                                                      keys, values);
-}
 platform::Bytes blob(const std::string& name, const std::string& uuid, bool ejectable = false) {
-  return blob({{"NSURLVolumeNameKey", name}, {"NSURLVolumeUUIDStringKey", uuid},
-               {"NSURLVolumeIsEjectableKey", ejectable}});
+  return bookmarkBlob({{"NSURLVolumeNameKey", name}, {"NSURLVolumeUUIDStringKey", uuid},
+                       {"NSURLVolumeIsEjectableKey", ejectable}});
 }
 
 class CVDiskManagerTest : public ::testing::Test {
  protected:
   void SetUp() override { machine.install(); }
 
-  // Writes Corvane's domain with this registry beside one other key.
-  void writeRegistry(const CVDiskVolumeMap& entries) {
-    platform::Dictionary stored;
-    for (const auto& [guid, data] : entries) stored.emplace(guid, data);
-    auto domain = platform::current().userDefaults->initWithSuiteName("com.tamarlin.Corvane");
-    ASSERT_TRUE(domain->setObject(std::string("kept"), "SUOtherKey"));
-    ASSERT_TRUE(domain->setObject(stored, "CVDiskKnownVolumes"));
-  }
-  std::filesystem::path host(const std::string& macPath) const { return machine.folder() / macPath.substr(1); }
+  void writeRegistry(const CVDiskVolumeMap& entries) { ASSERT_TRUE(testsupport::writeRegistryDomain(entries)); }
   cvdiag_test::RunResult run(const std::vector<std::string>& flags) {
     return cvdiag_test::runCVDiag(flags, {{"CVDIAG_MACHINE", machine.folder().string()}});
   }
@@ -93,16 +80,16 @@ TEST(CVDiskManagerStoreTest, AWrongShapedValueIsReplacedWholeAndOtherKeysStay) {
   for (std::string value : {"", "<string>x</string>", "<array/>",
                             "<dict><key>A</key><data>AA==</data><key>B</key><string>x</string></dict>", "<dict/>"}) {
     testsupport::MachineBuilder builder;
-    builder.json({{"home", "/Users/ada"}}).file(kDomainPath, domainText(value));
+    builder.json({{"home", "/Users/ada"}}).file(kCorvaneDomainPath, domainText(value));
     builder.install();
-    auto before = std::filesystem::last_write_time(builder.hostPath(kDomainPath));
+    auto before = std::filesystem::last_write_time(builder.hostPath(kCorvaneDomainPath));
     EXPECT_TRUE(CVDiskManager::create()->map().empty()) << value;
     auto after = builder.platform().userDefaults->initWithSuiteName("com.tamarlin.Corvane");
     EXPECT_EQ(after->objectForKey("CVDiskKnownVolumes"), platform::Value(platform::Dictionary{})) << value;
     EXPECT_EQ(after->objectForKey("Other"), platform::Value("kept")) << value;
     if (value == "<dict/>") {  // valid: nothing is rewritten
-      EXPECT_EQ(cvdiag_test::readFile(builder.hostPath(kDomainPath)), domainText(value));
-      EXPECT_EQ(std::filesystem::last_write_time(builder.hostPath(kDomainPath)), before);
+      EXPECT_EQ(cvdiag_test::readFile(builder.hostPath(kCorvaneDomainPath)), domainText(value));
+      EXPECT_EQ(std::filesystem::last_write_time(builder.hostPath(kCorvaneDomainPath)), before);
     }
   }
 }
@@ -138,7 +125,7 @@ TEST_F(CVDiskManagerTest, RegistersANewVolumeAndASystemVolumeByItsDataVolume) {
       "/usr/bin/env", {"python3", "-c",
                        "import plistlib,sys; d=plistlib.load(open(sys.argv[1],'rb')); r=d['CVDiskKnownVolumes'];"
                        "print(d['SUOtherKey'], *sorted(r), all(type(v) is bytes and v for v in r.values()))",
-                       host(kDomainPath).string()});
+                       machine.hostPath(kCorvaneDomainPath).string()});
   EXPECT_EQ(read.out, "kept " + std::min(*guid, *system) + " " + std::max(*guid, *system) + " True\n") << read.err;
 }
 
@@ -179,9 +166,9 @@ TEST_F(CVDiskManagerTest, LooksUpRenamedReformattedUnmountedAndVanishedVolumes) 
 }
 
 TEST_F(CVDiskManagerTest, LocalizedNameFallsBackOnlyWhenEmpty) {
-  writeRegistry({{"A", blob({{"NSURLVolumeNameKey", "Disk"}, {"NSURLVolumeLocalizedNameKey", ""}})},
-                 {"B", blob({{"NSURLVolumeNameKey", "Disk"}})},
-                 {"C", blob({{"NSURLVolumeLocalizedNameKey", "Lokal"}})},
+  writeRegistry({{"A", bookmarkBlob({{"NSURLVolumeNameKey", "Disk"}, {"NSURLVolumeLocalizedNameKey", ""}})},
+                 {"B", bookmarkBlob({{"NSURLVolumeNameKey", "Disk"}})},
+                 {"C", bookmarkBlob({{"NSURLVolumeLocalizedNameKey", "Lokal"}})},
                  {"D", Bytes::fromString("no bookmark")}});
   auto manager = CVDiskManager::create();
   EXPECT_EQ(manager->volumeLocalizedName("A"), "Disk");
@@ -235,7 +222,7 @@ TEST_F(CVDiskManagerTest, IdentityAndANewBookmarkOfALiveVolume) {
 TEST_F(CVDiskManagerTest, ReportOnADomainThatDoesNotExistReadsAsEmpty) {
   auto result = run({"--volume-registry", "--duplicate-volume-entries"});
   expectGolden("empty.txt", result.out);
-  EXPECT_FALSE(std::filesystem::exists(host(kDomainPath)));
+  EXPECT_FALSE(std::filesystem::exists(machine.hostPath(kCorvaneDomainPath)));
 }
 
 TEST_F(CVDiskManagerTest, TheTablePadsAndCutsNamesByUTF16CodeUnitsAndTheDuplicateListPrintsThemWhole) {

@@ -48,6 +48,7 @@ struct ObservedMachine {
       if (verb == "unset") description.erase(key);
       return {da.simulateDescriptionChanged(name, description), ""};
     }
+    if (verb == "rename") return {da.simulateVolumeRenamed(name, key + (value.empty() ? "" : " " + value)), ""};
     if (verb == "approve") {
       auto n = da.simulateMountApproval(name) + da.simulateUnmountApproval(name) + da.simulateEjectApproval(name);
       drain();

@@ -15,6 +15,7 @@
 #include "settings/settings_reference.h"
 #include "support/run_cvdiag.h"
 #include "support/machine_builder.h"
+#include "support/registry_domain.h"
 
 using platform::Dictionary;
 using platform::Value;
@@ -23,7 +24,7 @@ namespace {
 
 const std::string kSettings = "/Users/ada/Library/Application Support/Corvane!";
 const std::string kBad = "not-a-guid";
-const std::string kDomain = "/Users/ada/Library/Preferences/com.tamarlin.Corvane.plist";
+const std::string& kDomain = testsupport::kCorvaneDomainPath;
 
 
 // "A…-<n>" registry GUIDs; "B…-<n>" volume UUIDs of the machine (1 Backup,
@@ -51,10 +52,9 @@ using Entry = std::tuple<std::string, std::optional<std::string>, std::string>; 
 class SettingsMachine : public ::testing::Test {
  protected:
   void SetUp() override { machine.install(); }
-  std::filesystem::path host(const std::string& macPath) const { return machine.folder() / macPath.substr(1); }
 
   void rawDocument(const std::string& package, const std::string& bytes) {
-    auto path = host(kSettings + "/" + package + "/Session Settings.cvss");
+    auto path = machine.hostPath(kSettings + "/" + package + "/Session Settings.cvss");
     std::filesystem::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary) << bytes;
     documents.push_back(kSettings + "/" + package + "/Session Settings.cvss");
@@ -66,16 +66,13 @@ class SettingsMachine : public ::testing::Test {
 
   // Corvane's domain with this registry beside one other key.
   void registry(const std::vector<Entry>& entries) {
-    Dictionary stored;
+    std::map<std::string, platform::Bytes> stored;
     for (const auto& [key, name, volumeUUID] : entries) {
       Dictionary values{{"NSURLVolumeUUIDStringKey", volumeUUID}};
-      std::vector<std::string> keys{"NSURLVolumeUUIDStringKey"};
-      if (name) values["NSURLVolumeNameKey"] = *name, keys.push_back("NSURLVolumeNameKey");
-      stored.emplace(key, *platform::current().bookmarks->bookmarkData(platform::URL::fileURLWithPath("/Volumes/X", true),
-                                                                        0x400, keys, values));
+      if (name) values["NSURLVolumeNameKey"] = *name;
+      stored.emplace(key, testsupport::bookmarkBlob(values));
     }
-    auto domain = platform::current().userDefaults->initWithSuiteName("com.tamarlin.Corvane");
-    ASSERT_TRUE(domain->setObject(std::string("kept"), "SUOtherKey") && domain->setObject(stored, "CVDiskKnownVolumes"));
+    ASSERT_TRUE(testsupport::writeRegistryDomain(stored));
   }
 
   // The host can't set a file's birth time: machine.json gives documents fixed dates.
@@ -92,7 +89,7 @@ class SettingsMachine : public ::testing::Test {
   std::string domainSeenByPython() const {
     auto script = "import plistlib,sys\nd=plistlib.load(open(sys.argv[1],'rb'))\n"
                   "print(' '.join(sorted(d.pop('CVDiskKnownVolumes'))))\nprint(sorted(d.items()))\n";
-    return cvdiag_test::runProgram("/usr/bin/python3", {"-c", script, host(kDomain).string()}).out;
+    return cvdiag_test::runProgram("/usr/bin/python3", {"-c", script, machine.hostPath(kDomain).string()}).out;
   }
 
   // Backup, referred to, and 3,000 orphans of disks that are not attached.
@@ -154,19 +151,19 @@ TEST_F(SettingsMachine, EveryReadFailureIsToldInItsWordsAndTheRestIsRead) {
            {"Version Real.cvsp", changed(session(guid(1), "", guid(1), "Backup"), "CVSessionSettingsVersion", Value(5.5))}})
     rawDocument(package, content);
   rawDocument("Huge.cvsp", "bplist00");
-  std::filesystem::resize_file(host(kSettings + "/Huge.cvsp/Session Settings.cvss"), 50u << 20);
+  std::filesystem::resize_file(machine.hostPath(kSettings + "/Huge.cvsp/Session Settings.cvss"), 50u << 20);
   for (auto folder : {"/Old.cvsp/QuickLook", "/Folder.cvsp/Session Settings.cvss"})
-    std::filesystem::create_directories(host(kSettings + folder));
-  std::ofstream(host(kSettings + "/File.cvsp")) << "a package that is a file";
-  std::filesystem::create_symlink("Loop.cvsp", host(kSettings + "/Loop.cvsp"));
-  auto socketPath = host(kSettings + "/Socket.cvsp/Session Settings.cvss"), here = std::filesystem::current_path();
+    std::filesystem::create_directories(machine.hostPath(kSettings + folder));
+  std::ofstream(machine.hostPath(kSettings + "/File.cvsp")) << "a package that is a file";
+  std::filesystem::create_symlink("Loop.cvsp", machine.hostPath(kSettings + "/Loop.cvsp"));
+  auto socketPath = machine.hostPath(kSettings + "/Socket.cvsp/Session Settings.cvss"), here = std::filesystem::current_path();
   std::filesystem::create_directories(socketPath.parent_path());  // a socket: there, and no file that can be read
   std::filesystem::current_path(socketPath.parent_path());  // a socket's path must be short
   sockaddr_un address{AF_UNIX, "Session Settings.cvss"};
   EXPECT_EQ(::bind(::socket(AF_UNIX, SOCK_STREAM, 0), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
   std::filesystem::current_path(here);
-  std::filesystem::create_directories(host(kSettings + "/Pipe.cvsp"));  // a named pipe must not hold the read
-  EXPECT_EQ(::mkfifo(host(kSettings + "/Pipe.cvsp/Session Settings.cvss").c_str(), 0600), 0);
+  std::filesystem::create_directories(machine.hostPath(kSettings + "/Pipe.cvsp"));  // a named pipe must not hold the read
+  EXPECT_EQ(::mkfifo(machine.hostPath(kSettings + "/Pipe.cvsp/Session Settings.cvss").c_str(), 0600), 0);
   machine.expectGolden("read_failures.txt", run({"--settings-volumes"}).out);
 }
 
@@ -176,14 +173,14 @@ TEST_F(SettingsMachine, PruningRemovesTheOrphansOnceAndASecondRunFindsNone) {
   registry({{guid(1), "Backup", uuid('B', 1)}, {guid(2), "Old Name", uuid('B', 2)}, {guid(7), "Old", uuid('C', 7)},
             {guid(11), std::nullopt, uuid('C', 11)}, {"no-uuid", "Old", uuid('C', 7)}});
   document("Nightly.cvsp", session(guid(1), "Backup", guid(2), "Photos"));
-  const auto before = cvdiag_test::readFile(host(kDomain));
+  const auto before = cvdiag_test::readFile(machine.hostPath(kDomain));
   run({"--volume-registry", "--prune-orphans"});
-  EXPECT_EQ(cvdiag_test::readFile(host(kDomain)), before);
+  EXPECT_EQ(cvdiag_test::readFile(machine.hostPath(kDomain)), before);
   machine.expectGolden("prune_first.txt", run({"--settings-volumes", "--prune-orphans"}).out);
   EXPECT_EQ(domainSeenByPython(), guid(1) + " " + guid(11) + " no-uuid\n[('SUOtherKey', 'kept')]\n");
-  const auto after = cvdiag_test::readFile(host(kDomain));
+  const auto after = cvdiag_test::readFile(machine.hostPath(kDomain));
   machine.expectGolden("prune_second.txt", run({"--settings-volumes", "--prune-orphans"}).out);
-  EXPECT_EQ(cvdiag_test::readFile(host(kDomain)), after);
+  EXPECT_EQ(cvdiag_test::readFile(machine.hostPath(kDomain)), after);
   registry({{guid(1), "Backup", uuid('B', 1)}, {guid(7), "Old", uuid('C', 7)}});
   run({"--all-diagnostics", "--prune-orphans"});
   EXPECT_EQ(domainSeenByPython(), pruned + "]\n");
@@ -191,7 +188,7 @@ TEST_F(SettingsMachine, PruningRemovesTheOrphansOnceAndASecondRunFindsNone) {
 
 TEST_F(SettingsMachine, AKilledPruneLeavesTheOldOrTheNewRegistryAndEveryOtherKey) {
   manyOrphans();
-  const auto original = cvdiag_test::readFile(host(kDomain));
+  const auto original = cvdiag_test::readFile(machine.hostPath(kDomain));
   const auto oldView = domainSeenByPython();
   auto started = std::chrono::steady_clock::now();
   run({"--settings-volumes", "--prune-orphans"});
@@ -201,7 +198,7 @@ TEST_F(SettingsMachine, AKilledPruneLeavesTheOldOrTheNewRegistryAndEveryOtherKey
   std::mt19937 random(std::random_device{}());
   std::uniform_real_distribution<double> moment(runTime.count() / 3, runTime.count());
   for (int i = 0; i < 30; ++i) {
-    std::ofstream(host(kDomain), std::ios::binary | std::ios::trunc) << original;
+    std::ofstream(machine.hostPath(kDomain), std::ios::binary | std::ios::trunc) << original;
     run({"-s", "KILL", std::to_string(moment(random)), CVDIAG_EXECUTABLE, "--settings-volumes", "--prune-orphans"},
         "/usr/bin/timeout");
     auto seen = domainSeenByPython();
@@ -218,7 +215,7 @@ TEST_F(SettingsMachine, AWriterThatTakesTheDomainLockLosesNothing) {
         "  with open(path+'.lock','a') as lock:\n    fcntl.flock(lock,fcntl.LOCK_EX)\n"
         "    d=plistlib.load(open(path,'rb'))\n    d['Writer%d'%n]=n\n"
         "    with open(path+'.w','wb') as f: plistlib.dump(d,f,fmt=plistlib.FMT_BINARY); os.fsync(f.fileno())\n"
-        "    os.rename(path+'.w',path)\n  time.sleep(0.002)\n", host(kDomain).string()});
+        "    os.rename(path+'.w',path)\n  time.sleep(0.002)\n", machine.hostPath(kDomain).string()});
   });
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   run({"--settings-volumes", "--prune-orphans"});

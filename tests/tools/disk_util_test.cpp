@@ -1,9 +1,12 @@
-// CVDiag's diskutil section on machines whose diskutil answers well, badly or not at all. A catalogue
-// that cannot be built ends in its case's golden head, then the "<null>" volume blocks (null_volumes.txt).
+// CVDiag's diskutil section on machines whose diskutil answers well, badly or not at all. The cases of
+// a machine print the same volume blocks: each case's golden holds the text before them, and the blocks
+// are those of expected/volumes.txt with the "diskutil info" of the case's unanswered disks as "<null>".
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -40,11 +43,32 @@ void wrapDiskutil(const testsupport::MachineBuilder& m, const std::string& body)
   writeFile(m.folder() / "usr/sbin/diskutil", "#!/bin/sh\nreal=\"$(dirname \"$0\")/diskutil.real\"\n" + body + "\n");
 }
 
+// The volume blocks with the "diskutil info" dictionary of each named disk replaced by "<null>".
+std::string withNullInfo(std::string blocks, const std::vector<std::string>& disks) {
+  for (const auto& disk : disks) {
+    auto info = blocks.find("diskutil info\n {\n", blocks.find("device: " + disk + " ")) + 14;
+    blocks.replace(info, blocks.find("\n}\n", info) + 3 - info, " <null>\n");
+  }
+  return blocks;
+}
+
+const std::vector<std::string> kAllInfoNull{"disk3", "disk3s5", "disk10"};
+
+// Compares the text before the volume blocks with the golden, and the blocks with expected/volumes.txt
+// of the machine (written there when `nullInfo` is empty and CVDIAG_UPDATE_GOLDENS=1).
+void expectSectionGolden(const testsupport::MachineBuilder& machine, const char* golden, const std::string& out,
+                         const std::vector<std::string>& nullInfo = {}) {
+  const auto blocks = std::min(out.find("\n>>>>>>>>>>>>>>>>>>>>\n"), out.size());
+  machine.expectGolden(golden, out.substr(0, blocks));
+  if (nullInfo.empty()) return machine.expectGolden("volumes.txt", out.substr(blocks));
+  EXPECT_EQ(out.substr(blocks), withNullInfo(cvdiag_test::readFile(machine.source() / "expected/volumes.txt"), nullInfo));
+}
+
 struct Case {
   const char* name;
   std::function<void(const testsupport::MachineBuilder&)> prepare;
-  const char* golden;
-  bool withoutCatalogue;  // the golden holds the head only
+  const char* golden;                  // what comes before the volume blocks
+  std::vector<std::string> nullInfo;   // disks whose "diskutil info" prints "<null>"
   const char* machine = "diskutil_small";
 };
 
@@ -55,13 +79,7 @@ TEST_P(DiskUtilSectionTest, PrintsTheGoldenText) {
   testsupport::MachineBuilder machine(c.machine);
   c.prepare(machine);
   auto result = runSection(machine);
-  if (c.withoutCatalogue) {
-    const std::string tail = cvdiag_test::readFile(machine.source() / "expected/null_volumes.txt");
-    EXPECT_EQ(result.out.substr(result.out.size() - tail.size()), tail);
-    machine.expectGolden(c.golden, result.out.substr(0, result.out.size() - tail.size()));
-  } else {
-    machine.expectGolden(c.golden, result.out);
-  }
+  expectSectionGolden(machine, c.golden, result.out, c.nullInfo);
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.status, 0);
 }
@@ -70,39 +88,45 @@ const fs::path kList = "list.plist", kFileSystems = "listFileSystems.plist";
 
 const Case kCases[] = {
     // System and data volumes in a group, a snapshot, a disk image.
-    {"FullApfsMachine", [](auto&) {}, "disk_utility_entities.txt", false, "diskutil_apfs"},
-    {"Complete", [](auto&) {}, "complete.txt", false},
-    {"NonZeroExitAfterValidOutput", [](auto& m) { wrapDiskutil(m, "\"$real\" \"$@\"\nexit 3"); }, "complete.txt", false},
-    {"InfoWithDatesOfAnyYear",  // the platform's distant past and future, and 1904
-     [](auto& m) {
-       edit(answers(m) / "info/disk2.plist", "<dict>", "<key>",
-            "<dict>\n\t<key>Created</key>\n\t<date>1904-01-01T00:00:00Z</date>\n\t<key>Expires</key>\n"
-            "\t<date>4001-01-01T00:00:00Z</date>\n\t<key>Since</key>\n\t<date>0001-01-01T00:00:00Z</date>\n\t");
-     },
-     "info_dates.txt", false},
-    {"InfoFailsForOneDisk", [](auto& m) { fs::remove(answers(m) / "info/disk2.plist"); }, "info_fails.txt", false},
+    {"FullApfsMachine", [](auto&) {}, "disk_utility_entities.txt", {}, "diskutil_apfs"},
+    {"Complete", [](auto&) {}, "complete.txt", {}},
+    {"NonZeroExitAfterValidOutput", [](auto& m) { wrapDiskutil(m, "\"$real\" \"$@\"\nexit 3"); }, "complete.txt", {}},
+    {"InfoFailsForOneDisk", [](auto& m) { fs::remove(answers(m) / "info/disk2.plist"); }, "info_fails.txt", {}},
     {"WrongShapesInsideTheAnswers",  // an info that is an array, groups of every wrong shape
      [](auto& m) { fs::copy(answers(m) / "wrong", answers(m), fs::copy_options::recursive | fs::copy_options::overwrite_existing); },
-     "wrong_shapes.txt", false},
+     "wrong_shapes.txt", {"disk3s5"}},
     {"TextThatIsNoPropertyList", [](auto& m) { fs::rename(answers(m) / "listFileSystems.txt", answers(m) / kFileSystems); },
-     "not_plist.txt", true},
+     "not_plist.txt", kAllInfoNull},
     {"FileSystemsNotAnArrayOfDictionaries", [](auto& m) { edit(answers(m) / kFileSystems, "<dict>", "</array>", "<dict/><true/>"); },
-     "file_systems_wrong_shape.txt", true},
-    {"NoDiskutil", [](auto& m) { fs::remove(m.folder() / "usr/sbin/diskutil"); }, "no_diskutil.txt", true},
+     "file_systems_wrong_shape.txt", kAllInfoNull},
+    {"NoDiskutil", [](auto& m) { fs::remove(m.folder() / "usr/sbin/diskutil"); }, "no_diskutil.txt", kAllInfoNull},
     {"DiskutilNotExecutable", [](auto& m) { fs::permissions(m.folder() / "usr/sbin/diskutil", fs::perms::owner_read); },
-     "no_diskutil.txt", true},
-    {"LayoutNotUTF8", [](auto& m) { edit(answers(m) / kList, "<key>AllDisks<", "<", "\xff\xfe"); }, "layout_not_utf8.txt", true},
+     "no_diskutil.txt", kAllInfoNull},
+    {"LayoutNotUTF8", [](auto& m) { edit(answers(m) / kList, "<key>AllDisks<", "<", "\xff\xfe"); }, "layout_not_utf8.txt", kAllInfoNull},
     {"TenMegabytesOfGarbage", [](auto& m) { writeFile(answers(m) / kList, std::string(10 << 20, '\xc3')); },
-     "layout_not_utf8.txt", true},
+     "layout_not_utf8.txt", kAllInfoNull},
     {"AllDisksNotStrings", [](auto& m) { edit(answers(m) / kList, "<string>disk2<", "</array>", "<true/>"); },
-     "all_disks_wrong_shape.txt", true},
+     "all_disks_wrong_shape.txt", kAllInfoNull},
     {"LayoutWithoutVolumesFromDisks", [](auto& m) { edit(answers(m) / kList, "<key>VolumesFromDisks", "<key>WholeDisks", ""); },
-     "no_volumes_from_disks.txt", true},
-    {"NoVolumeGroups", [](auto& m) { fs::remove(answers(m) / "apfs-listVolumeGroups.plist"); }, "no_volume_groups.txt", true},
+     "no_volumes_from_disks.txt", kAllInfoNull},
+    {"NoVolumeGroups", [](auto& m) { fs::remove(answers(m) / "apfs-listVolumeGroups.plist"); }, "no_volume_groups.txt", kAllInfoNull},
 };
 
 INSTANTIATE_TEST_SUITE_P(Machines, DiskUtilSectionTest, ::testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });
+
+// The platform's distant past and future, and 1904: each disk's info block prints, dates and all.
+TEST(DiskUtilSectionDatesTest, InfoWithDatesOfAnyYearPrintsItsBlock) {
+  testsupport::MachineBuilder machine("diskutil_small");
+  edit(answers(machine) / "info/disk2.plist", "<dict>", "<key>",
+       "<dict>\n\t<key>Created</key>\n\t<date>1904-01-01T00:00:00Z</date>\n\t<key>Expires</key>\n"
+       "\t<date>4001-01-01T00:00:00Z</date>\n\t<key>Since</key>\n\t<date>0001-01-01T00:00:00Z</date>\n\t");
+  auto result = runSection(machine);
+  const auto from = result.out.find("device: disk2 ");
+  ASSERT_NE(from, std::string::npos);
+  machine.expectGolden("info_dates.txt", result.out.substr(from, result.out.find("\n>>>>", from) - from));
+  EXPECT_EQ(result.status, 0);
+}
 
 // Ten megabytes of text that is no property list: the lines are printed
 // once, whole, and the run ends like every other failed catalogue.
@@ -113,7 +137,7 @@ TEST(DiskUtilHostileTest, TenMegabytesOfTextThatIsNoPropertyList) {
   const std::string head = "**** Collecting file system personalities ****\nFailed to parse plist data:\n[\"";
   const std::string noDiskutil = cvdiag_test::readFile(machine.source() / "expected/no_diskutil.txt");
   const std::string tail = "\", \"end\", \"\"]\n\n" + noDiskutil.substr(noDiskutil.find('\n') + 1) +
-                           cvdiag_test::readFile(machine.source() / "expected/null_volumes.txt");
+                           withNullInfo(cvdiag_test::readFile(machine.source() / "expected/volumes.txt"), kAllInfoNull);
   EXPECT_EQ(out, head + std::string(10 << 20, 'x') + tail);
 }
 

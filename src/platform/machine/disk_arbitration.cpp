@@ -351,6 +351,10 @@ class MachineDiskArbitration final : public SimulatedDiskArbitration {
       std::lock_guard lock(state_->mutex);
       keys = changedKeys(descriptionLocked(*index), *replacement);
       state_->replacedDescriptions[*index] = replacement;
+      const Value* name = lookup(*replacement, kDADiskDescriptionVolumeNameKey);
+      if (name != nullptr && name->string() != nullptr &&
+          std::find(keys.begin(), keys.end(), kDADiskDescriptionVolumeNameKey) != keys.end())
+        state_->machine->changes.renameVolume(*index, *name->string());
       state_->generation.fetch_add(1);
     }
     std::size_t count = 0;
@@ -370,6 +374,15 @@ class MachineDiskArbitration final : public SimulatedDiskArbitration {
       }
     }
     return count;
+  }
+
+  std::size_t simulateVolumeRenamed(std::string_view bsdName, std::string name) override {
+    auto index = indexOfBSDName(bsdName);
+    if (!index) return 0;
+    auto current = description(*index);
+    Dictionary renamed = current ? *current : Dictionary{};
+    renamed.insert_or_assign(std::string(kDADiskDescriptionVolumeNameKey), Value(std::move(name)));
+    return simulateDescriptionChanged(bsdName, std::move(renamed));
   }
 
   std::vector<UnmountRequest> unmountRequests() const override {

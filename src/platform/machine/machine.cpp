@@ -35,4 +35,16 @@ std::optional<std::string> MediaObject::mountPath() const {
   return v->url()->path();
 }
 
+void MachineChanges::renameVolume(std::size_t index, std::string name) {
+  std::lock_guard lock(mutex_);
+  volumeNames_.insert_or_assign(index, std::move(name));
+}
+
+std::optional<std::string> MachineChanges::volumeName(std::size_t index) const {
+  std::lock_guard lock(mutex_);
+  auto it = volumeNames_.find(index);
+  if (it == volumeNames_.end()) return std::nullopt;
+  return it->second;
+}
+
 }  // namespace platform::machine

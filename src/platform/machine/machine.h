@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -60,6 +61,20 @@ struct FileFacts {
   std::optional<std::string> error;
 };
 
+// What simulated events have changed on a loaded machine since it was read,
+// shared by every implementation over it: the names that renames gave to
+// volumes, by place in `media`. Safe to use from any thread.
+class MachineChanges {
+ public:
+  void renameVolume(std::size_t index, std::string name);
+  // The latest name a rename gave to the volume of media object `index`.
+  std::optional<std::string> volumeName(std::size_t index) const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::map<std::size_t, std::string> volumeNames_;
+};
+
 struct Machine {
   // The host folder that stands for the Mac's "/" ("/" on the host itself).
   std::filesystem::path folder;
@@ -73,6 +88,9 @@ struct Machine {
   std::map<std::string, std::size_t, std::less<>> mediaByMountPath;
   std::map<std::string, FileFacts> files;  // by Mac path
   std::set<std::string, std::less<>> failures;
+  // The one part that changes while the machine runs, so it stays writable
+  // behind the shared const Machine.
+  mutable MachineChanges changes;
 
   // The host path of a Mac path: "/X" is "<folder>/X". A relative Mac path is
   // taken from "/". ".." never climbs above the folder.

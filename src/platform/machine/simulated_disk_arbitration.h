@@ -41,9 +41,15 @@ class SimulatedDiskArbitration : public DiskArbitration {
   // `description`) and tells the description-changed callbacks the keys
   // whose values differ, in ascending order; a watch list narrows them, and a
   // callback that watches none of them is not called. The match is tested on
-  // the new description.
+  // the new description. A new DAVolumeName text renames the volume: from
+  // then on its NSURLVolumeNameKey and NSURLVolumeLocalizedNameKey resource
+  // values, where the machine records them, give the new name. The mount
+  // point stays where it is.
   virtual std::size_t simulateDescriptionChanged(std::string_view bsdName,
                                                  Dictionary description) = 0;
+  // A rename as the Finder makes it: the description change of DAVolumeName
+  // to `name`, with the resource values following.
+  virtual std::size_t simulateVolumeRenamed(std::string_view bsdName, std::string name) = 0;
 
   // Every DADiskUnmount call so far, in call order.
   virtual std::vector<UnmountRequest> unmountRequests() const = 0;

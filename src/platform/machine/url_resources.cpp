@@ -1,7 +1,8 @@
 // URL resource values over a machine folder. The volume of a URL is the
 // mounted media object with the longest mount path that is a prefix of the
-// URL's path; its recorded "resources" answer for every URL on it. File dates
-// come from "files", else from the host file.
+// URL's path; its recorded "resources" answer for every URL on it, but for
+// the two name keys after a simulated rename, which give the new name. File
+// dates come from "files", else from the host file.
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -76,30 +77,41 @@ class MachineURLResources final : public URLResources {
       } else if (key == NSURLContentModificationDateKey) {
         if (auto d = fileDates().modified) values[key] = Value(*d);
       } else if (key == NSURLNameKey || key == NSURLLocalizedNameKey) {
-        if (auto name = fileName(path, facts, key)) values[key] = Value(*name);
+        if (auto name = fileName(path, volumeIndex, key)) values[key] = Value(*name);
       } else if (key == NSURLIsDirectoryKey) {
         if (existsAtMacPath(*machine_, path)) {
           std::error_code ec;
           values[key] = Value(std::filesystem::is_directory(machine_->hostPath(path), ec));
         }
-      } else if (facts) {
-        if (const Value* v = lookup(facts->resources, key)) values[key] = *v;
+      } else if (auto v = volumeValue(volumeIndex, key)) {
+        values[key] = std::move(*v);
       }
     }
     return values;
   }
 
  private:
+  // A recorded value of the volume of media object `index`. A volume that a
+  // simulated rename has renamed answers its name keys, where it records
+  // them, with the new name.
+  std::optional<Value> volumeValue(std::optional<std::size_t> index, std::string_view key) const {
+    const MediaObject* volume = index ? &machine_->media[*index] : nullptr;
+    if (volume == nullptr || !volume->volume) return std::nullopt;
+    const Value* recorded = lookup(volume->volume->resources, key);
+    if (recorded == nullptr) return std::nullopt;
+    if (key == NSURLVolumeNameKey || key == NSURLVolumeLocalizedNameKey)
+      if (auto renamed = machine_->changes.volumeName(*index)) return Value(*renamed);
+    return *recorded;
+  }
+
   // The last component of an existing path; "/" is named after its volume.
-  std::optional<std::string> fileName(const std::string& path, const VolumeFacts* facts,
+  std::optional<std::string> fileName(const std::string& path, std::optional<std::size_t> volumeIndex,
                                       std::string_view key) const {
     if (!existsAtMacPath(*machine_, path)) return std::nullopt;
     if (path != "/") return path.substr(path.rfind('/') + 1);
-    if (!facts) return std::nullopt;
-    const Value* name = lookup(facts->resources, key == NSURLLocalizedNameKey
-                                                     ? NSURLVolumeLocalizedNameKey
-                                                     : NSURLVolumeNameKey);
-    if (name == nullptr || name->string() == nullptr) return std::nullopt;
+    auto name = volumeValue(volumeIndex, key == NSURLLocalizedNameKey ? NSURLVolumeLocalizedNameKey
+                                                                      : NSURLVolumeNameKey);
+    if (!name || name->string() == nullptr) return std::nullopt;
     return *name->string();
   }
 

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include "platform/machine/simulated_disk_arbitration.h"
 #include "platform/url_resources.h"
 #include "support/machine_builder.h"
 
@@ -17,7 +18,8 @@ class URLResourcesTest : public ::testing::Test {
  protected:
   void SetUp() override {
     builder.directory("/Volumes/Data").file("/Volumes/Data/host.txt", "x");
-    resources = builder.platform().urlResources;
+    machine = builder.platform();
+    resources = machine.urlResources;
   }
 
   Dictionary values(const URL& url, std::vector<std::string> keys) {
@@ -33,6 +35,7 @@ class URLResourcesTest : public ::testing::Test {
   }
 
   MachineBuilder builder{"url_resources"};  // volumes nested, erring, unmounted; recorded file dates
+  Platform machine;
   std::shared_ptr<URLResources> resources;
 };
 
@@ -110,4 +113,9 @@ TEST_F(URLResourcesTest, NamesAndKindsOfExistingItems) {
   EXPECT_EQ(values(dir("/"), keys), (Dictionary{{"NSURLIsDirectoryKey", Value(true)},
                                                 {"NSURLLocalizedNameKey", Value("Macintosh HD")}}));
   EXPECT_TRUE(values(file("/Volumes/Data/none.txt"), keys).empty());
+  // A simulated rename reaches the name keys the volume records, and only those.
+  auto& da = dynamic_cast<machine::SimulatedDiskArbitration&>(*machine.diskArbitration);
+  EXPECT_EQ(da.simulateVolumeRenamed("disk1s1", "Renamed"), 0u);  // no callback is registered
+  EXPECT_EQ(values(dir("/"), {"NSURLLocalizedNameKey", "NSURLVolumeLocalizedNameKey", "NSURLVolumeNameKey"}),
+            (Dictionary{{"NSURLLocalizedNameKey", Value("Renamed")}, {"NSURLVolumeLocalizedNameKey", Value("Renamed")}}));
 }
