@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 #include <gtest/gtest.h>
 
+#include "platform/formatters.h"
 #include "platform/platform.h"
 #include "settings/settings_reference.h"
 #include "support/run_cvdiag.h"
@@ -235,4 +236,17 @@ TEST(SettingsReferenceTest, DocumentNameDropsTheFolderByCharacters) {
            {folder + "/\u0301x.cvsp/S", "x.cvsp"},  // a combining mark joins the "/" before it
            {"/short/S", ""}})
     EXPECT_EQ((SettingsReference{platform::URL::fileURLWithPath(document, false), {}, {}, {}}.documentName(folder)), name);
+}
+
+TEST(SettingsReferenceTest, TheVersionIsAnIntegerThatFitsASignedSixtyFourBitValue) {
+  using Version = std::optional<std::int64_t>;
+  const std::pair<Value, Version> cases[] = {
+      {Value(5), 5}, {Value(-1), -1}, {Value(std::numeric_limits<std::int64_t>::min()), std::numeric_limits<std::int64_t>::min()},
+      {Value(9223372036854775807ull), std::numeric_limits<std::int64_t>::max()},
+      {Value(9223372036854775808ull), std::nullopt}, {Value(18446744073709551615ull), std::nullopt},
+      {Value(5.0), std::nullopt}, {Value("5"), std::nullopt}, {Value(true), std::nullopt},
+  };
+  for (const auto& [value, version] : cases)
+    EXPECT_EQ(readSettingsVersion(Dictionary{{"CVSessionSettingsVersion", value}}), version) << platform::foundationDescription(value);
+  EXPECT_EQ(readSettingsVersion(Dictionary{{"CVSessionSettingsVersions", 5}}), std::nullopt);
 }

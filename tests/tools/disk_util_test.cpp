@@ -110,6 +110,19 @@ TEST(DiskUtilHostileTest, TenMegabytesOfTextThatIsNoPropertyList) {
   EXPECT_EQ(out, head + std::string(10 << 20, 'x') + tail);
 }
 
+// Each disk list leaves behind a process that keeps the pipe and, once the
+// run's second of grace is over, floods it. Nobody reads it any more: the
+// report is whole and the tool stays small. The answer of the volume groups
+// comes late, so that a tool still reading would meet the flood meanwhile.
+TEST(DiskUtilHostileTest, ABackgroundProcessFloodingThePipeAfterTheGraceIsNotRead) {
+  testsupport::MachineBuilder machine("diskutil_small");
+  wrapDiskutil(machine, "if [ \"$1\" = list ]; then ( sleep 1.6; head -c 300000000 /dev/zero ) & fi\n"
+                        "if [ \"$1\" = apfs ]; then sleep 1; fi\nexec \"$real\" \"$@\"");
+  auto result = runSection(machine);
+  machine.expectGolden("complete.txt", result.out);
+  EXPECT_LT(result.peakResidentKilobytes, 64 * 1024);
+}
+
 // Two thousand disks, each asked for in turn: one dot each, all cataloged,
 // and the disk list in disk order.
 TEST(DiskUtilHostileTest, TwoThousandDisks) {
