@@ -55,16 +55,13 @@ TEST(FoundationDescriptionTest, ArraysOfDiskNamesAndTheAbsentDictionary) {
   EXPECT_EQ(foundationQuoted("ABC123"), "ABC123");
 }
 
-TEST(SmallFormattersTest, SwiftTextsAndUngroupedNumbers) {
+TEST(SmallFormattersTest, SwiftArraysOfText) {
   const std::pair<std::string, const char*> cases[] = {
       {swiftArrayDescription({}), "[]"}, {swiftArrayDescription({"list", "-plist"}), R"(["list", "-plist"])"},
-      {swiftArrayDescription({"a\"b", "c\\d", "e\nf", "it's"}), R"(["a\"b", "c\\d", "e\nf", "it\'s"])"},
-      {swiftArrayDescription({"\t<dict>", "cr\r", std::string("nul\0", 4)}), R"(["\t<dict>", "cr\r", "nul\0"])"},
+      {swiftArrayDescription({"a\"b", "c\\d", "e\nf", "it's", "\t<dict>", "cr\r", std::string("nul\0", 4)}),
+       R"(["a\"b", "c\\d", "e\nf", "it\'s", "\t<dict>", "cr\r", "nul\0"])"},
       {swiftArrayDescription({"\x1b[1m\x01\x1f", "del\x7f", " ~"}), R"(["\u{1B}[1m\u{01}\u{1F}", "del\u{7F}", " ~"])"},
       {swiftArrayDescription({"caf\xc3\xa9 \xc2\x85 \xe2\x80\xa8"}), "[\"caf\xc3\xa9 \xc2\x85 \xe2\x80\xa8\"]"},
-      {swiftDataDescription(Bytes::fromString("hello")), "5 bytes"}, {swiftDataDescription(Bytes()), "0 bytes"},
-      {localeNumberDescription(std::int64_t{5000000000}), "5000000000"}, {localeNumberDescription(std::int64_t{-42}), "-42"},
-      {localeNumberDescription(std::uint64_t{18446744073709551615ull}), "18446744073709551615"},
   };
   for (const auto& [got, want] : cases) EXPECT_EQ(got, want);
 }
@@ -73,38 +70,30 @@ TEST(SmallFormattersTest, SwiftTextsAndUngroupedNumbers) {
 // significant digits of "%.*g" that read back the same, integers signed up to
 // 2^63-1 and unsigned above.
 TEST(FoundationDescriptionTest, NumbersOfEveryKindAndRange) {
-  const double inf = std::numeric_limits<double>::infinity();
+  const double inf = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
   const std::pair<Value, const char*> cases[] = {
       {0.1, "0.1"}, {0.0001, "0.0001"}, {1e-05, "1e-05"}, {1e16, "1e+16"}, {0.1 + 0.2, "0.30000000000000004"},
       {3.0, "3"}, {-2.5, "-2.5"}, {100.0, "1e+02"}, {1234567.0, "1234567"}, {1.0 / 3.0, "0.3333333333333333"},
       {9007199254740992.0, "9007199254740992"}, {123456789012345680.0, "1.2345678901234568e+17"},
       {5e-324, "5e-324"}, {1.7976931348623157e308, "1.7976931348623157e+308"}, {-0.0, "-0"}, {inf, "inf"},
-      {-inf, "-inf"}, {std::numeric_limits<double>::quiet_NaN(), "nan"}, {0, "0"}, {-1, "-1"},
-      {std::numeric_limits<std::int64_t>::min(), "-9223372036854775808"},
-      {std::numeric_limits<std::int64_t>::max(), "9223372036854775807"},
-      {9223372036854775808ull, "9223372036854775808"}, {18446744073709551615ull, "18446744073709551615"},
+      {-inf, "-inf"}, {nan, "nan"}, {0, "0"}, {-1, "-1"}, {std::numeric_limits<std::int64_t>::min(), "-9223372036854775808"},
+      {9223372036854775807ll, "9223372036854775807"}, {9223372036854775808ull, "9223372036854775808"},
+      {18446744073709551615ull, "18446744073709551615"},
   };
-  for (const auto& [value, text] : cases) {
-    EXPECT_EQ(foundationDescription(value), text);
-    if (value.kind() == Value::Kind::Real) {
-      EXPECT_EQ(realDescription(*value.asDouble()), text);
-    }
-  }
+  for (const auto& [value, text] : cases) EXPECT_EQ(foundationDescription(value), text);
 }
 
 TEST(DateDescriptionTest, UTCInTheGregorianCalendarWhateverTheYear) {
   const std::pair<double, const char*> cases[] = {
       {0, "1970-01-01 00:00:00 +0000"}, {-0.5, "1969-12-31 23:59:59 +0000"},  // cut toward the past
-      {-86400.25, "1969-12-30 23:59:59 +0000"}, {978307200.75, "2001-01-01 00:00:00 +0000"},
-      {-11676096000, "1600-01-01 00:00:00 +0000"}, {-2082844800, "1904-01-01 00:00:00 +0000"},
-      {-2082844800.5, "1903-12-31 23:59:59 +0000"}, {-2203891201, "1900-02-28 23:59:59 +0000"},
+      {978307200.75, "2001-01-01 00:00:00 +0000"}, {-11676096000, "1600-01-01 00:00:00 +0000"},
+      {-2082844800, "1904-01-01 00:00:00 +0000"}, {-2203891201, "1900-02-28 23:59:59 +0000"},
       {-2203891200, "1900-03-01 00:00:00 +0000"}, {951825600, "2000-02-29 12:00:00 +0000"},
       {64092211200, "4001-01-01 00:00:00 +0000"}, {253402300799.999, "9999-12-31 23:59:59 +0000"},
       {253402300800, "10000-01-01 00:00:00 +0000"}, {-62135596800, "0001-01-01 00:00:00 +0000"},
       {-62135596801, "0000-12-31 23:59:59 +0000"}, {-62198755200, "-0001-01-01 00:00:00 +0000"},
   };
   for (const auto& [seconds, text] : cases) EXPECT_EQ(dateDescription(Date{seconds}), text) << seconds;
-  EXPECT_EQ(foundationDescription(Value(Date::fromReferenceDate(63113904000))), "\"4001-01-01 00:00:00 +0000\"");
   // Beyond what a count of seconds holds, a date prints as its bound.
   EXPECT_EQ(dateDescription(Date{std::numeric_limits<double>::infinity()}), dateDescription(Date{1e300}));
 }
