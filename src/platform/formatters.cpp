@@ -2,7 +2,7 @@
 
 #include <charconv>
 #include <cmath>
-#include <ctime>
+#include <cstdio>
 #include <limits>
 
 namespace platform {
@@ -27,6 +27,28 @@ void appendEscaped(std::string& out, std::string_view text) {
       default: out.push_back(c);
     }
   }
+}
+
+struct CivilDate {
+  std::int64_t year;
+  unsigned month;  // 1 to 12
+  unsigned day;    // 1 to 31
+};
+
+// The proleptic Gregorian date of a count of days from 1970-01-01, by whole
+// 400-year eras (146097 days each) so that any year comes out right, leap
+// years of the centuries included.
+CivilDate civilFromDays(std::int64_t days) {
+  days += 719468;  // from 0000-03-01, so that a leap day ends its year
+  const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
+  const auto dayOfEra = static_cast<std::uint64_t>(days - era * 146097);
+  const std::uint64_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+  const std::uint64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+  const std::uint64_t shiftedMonth = (5 * dayOfYear + 2) / 153;  // March is 0
+  const auto day = static_cast<unsigned>(dayOfYear - (153 * shiftedMonth + 2) / 5 + 1);
+  const auto month = static_cast<unsigned>(shiftedMonth < 10 ? shiftedMonth + 3 : shiftedMonth - 9);
+  const std::int64_t year = static_cast<std::int64_t>(yearOfEra) + era * 400 + (month <= 2 ? 1 : 0);
+  return {year, month, day};
 }
 
 std::string blanks(int n) { return std::string(static_cast<std::size_t>(n < 0 ? 0 : n), ' '); }
@@ -83,7 +105,7 @@ std::string foundationDescription(const Value& value, int indent) {
     case Value::Kind::Boolean: return *value.boolean() ? "1" : "0";
     case Value::Kind::Integer: return std::to_string(*value.asInt64());
     case Value::Kind::Unsigned: return std::to_string(*value.asUInt64());
-    case Value::Kind::Real: return shortestRealDescription(*value.asDouble());
+    case Value::Kind::Real: return realDescription(*value.asDouble());
     case Value::Kind::Url: return foundationQuoted(urlDescription(*value.url()));
     case Value::Kind::Uuid: return foundationQuoted(value.uuid()->uuidString());
     case Value::Kind::Data: return bytesDescription(*value.data());
@@ -100,11 +122,34 @@ std::string absentDictionaryDescription() {
 }
 
 std::string swiftArrayDescription(const std::vector<std::string>& strings) {
+  static const char* hex = "0123456789ABCDEF";
   std::string out = "[";
   for (std::size_t i = 0; i < strings.size(); ++i) {
     if (i > 0) out += ", ";
     out += "\"";
-    appendEscaped(out, strings[i]);
+    // Only ASCII needs escaping, so the walk can go byte by byte: the bytes
+    // of a longer UTF-8 sequence are all above 0x7F and stay as they are.
+    for (char c : strings[i]) {
+      const auto byte = static_cast<unsigned char>(c);
+      switch (c) {
+        case '\\': out += "\\\\"; break;
+        case '"': out += "\\\""; break;
+        case '\'': out += "\\'"; break;
+        case '\0': out += "\\0"; break;
+        case '\t': out += "\\t"; break;
+        case '\n': out += "\\n"; break;
+        case '\r': out += "\\r"; break;
+        default:
+          if (byte < 0x20 || byte == 0x7F) {
+            out += "\\u{";
+            out.push_back(hex[byte >> 4]);
+            out.push_back(hex[byte & 15]);
+            out += "}";
+          } else {
+            out.push_back(c);
+          }
+      }
+    }
     out += "\"";
   }
   out += "]";
@@ -118,30 +163,45 @@ std::string urlDescription(const URL& url) { return url.absoluteString(); }
 std::string urlRelativePath(const URL& url) { return url.path(); }
 
 std::string dateDescription(const Date& date) {
-  double seconds = std::floor(date.secondsSince1970());
-  // Beyond what the calendar functions take, the date has no text of its own;
-  // clamp so that every date still prints as a date.
-  constexpr double kLimit = 253402300799.0;  // 9999-12-31 23:59:59
-  if (!(seconds >= -kLimit)) seconds = -kLimit;
-  if (seconds > kLimit) seconds = kLimit;
-  std::time_t t = static_cast<std::time_t>(seconds);
-  std::tm tm{};
-  gmtime_r(&t, &tm);
-  char buf[64];
-  std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d +0000", tm.tm_year + 1900,
-                tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec);
-  return buf;
+  // Whole seconds, cut toward the past, kept inside what a 64-bit count of
+  // seconds holds (about 292 billion years either way).
+  constexpr double kLimit = 9.2e18;
+  double floored = std::floor(date.secondsSince1970());
+  if (!(floored >= -kLimit)) floored = -kLimit;
+  if (floored > kLimit) floored = kLimit;
+  const auto seconds = static_cast<std::int64_t>(floored);
+  std::int64_t days = seconds / 86400;
+  std::int64_t secondOfDay = seconds % 86400;
+  if (secondOfDay < 0) {
+    secondOfDay += 86400;
+    --days;
+  }
+  const CivilDate civil = civilFromDays(days);
+  // The year has at least four digits; years before 1 (0 is 1 BC) carry a minus sign.
+  char year[32];
+  std::snprintf(year, sizeof year, "%s%04lld", civil.year < 0 ? "-" : "",
+                static_cast<long long>(civil.year < 0 ? -civil.year : civil.year));
+  char rest[48];
+  std::snprintf(rest, sizeof rest, "-%02u-%02u %02d:%02d:%02d +0000", civil.month, civil.day,
+                static_cast<int>(secondOfDay / 3600), static_cast<int>(secondOfDay / 60 % 60),
+                static_cast<int>(secondOfDay % 60));
+  return std::string(year) + rest;
 }
 
 std::string localeNumberDescription(std::int64_t number) { return std::to_string(number); }
 std::string localeNumberDescription(std::uint64_t number) { return std::to_string(number); }
-std::string localeNumberDescription(double number) { return shortestRealDescription(number); }
 
-std::string shortestRealDescription(double number) {
-  char buf[64];
-  auto [end, ec] = std::to_chars(buf, buf + sizeof buf, number);
-  if (ec != std::errc()) return std::to_string(number);
-  return std::string(buf, end);
+std::string realDescription(double number) {
+  if (std::isnan(number)) return "nan";
+  char text[40];
+  for (int precision = 1; precision <= 17; ++precision) {
+    std::snprintf(text, sizeof text, "%.*g", precision, number);
+    double back = 0;
+    const char* end = text + std::char_traits<char>::length(text);
+    auto [at, error] = std::from_chars(text, end, back);
+    if (error == std::errc() && at == end && back == number) break;
+  }
+  return text;
 }
 
 std::string byteCountFileStyle(std::int64_t byteCount) {

@@ -21,15 +21,19 @@ std::optional<platform::Date> fileDate(const platform::URL& url, std::string_vie
   return *value->date();
 }
 
-std::optional<std::int64_t> integerValue(const platform::Dictionary& settings, std::string_view key) {
-  const auto* value = platform::lookup(settings, key);
-  if (!value || (value->kind() != platform::Value::Kind::Integer && value->kind() != platform::Value::Kind::Unsigned))
-    return std::nullopt;
-  if (value->kind() == platform::Value::Kind::Unsigned && !value->asInt64()) return std::nullopt;
-  return value->asInt64();
-}
-
 }  // namespace
+
+std::optional<std::int64_t> readSettingsVersion(const platform::Dictionary& settings) {
+  // A real is no integer, even with nothing behind the point; an unsigned
+  // integer above 2^63-1 is no signed one.
+  const auto* value = platform::lookup(settings, kSessionSettingsVersionKey);
+  if (!value) return std::nullopt;
+  switch (value->kind()) {
+    case platform::Value::Kind::Integer:
+    case platform::Value::Kind::Unsigned: return value->asInt64();
+    default: return std::nullopt;
+  }
+}
 
 std::optional<SettingsVolumeReference> readVolumeReference(std::string_view guidKey, std::string_view nameKey,
                                                            const platform::Dictionary& settings) {
@@ -69,7 +73,7 @@ std::optional<SettingsReference> SettingsReference::make(const platform::URL& ur
              << " - skipping\n";
     return reference;
   }
-  reference.version = integerValue(settings, kSessionSettingsVersionKey);
+  reference.version = readSettingsVersion(settings);
   return reference;
 }
 

@@ -36,6 +36,10 @@ struct SettingsReadError {
 std::optional<SettingsVolumeReference> readVolumeReference(std::string_view guidKey, std::string_view nameKey,
                                                            const platform::Dictionary& settings);
 
+// The format version of a settings dictionary: its `CVSessionSettingsVersion`
+// when that is an integer that fits a signed 64-bit value; nothing otherwise.
+std::optional<std::int64_t> readSettingsVersion(const platform::Dictionary& settings);
+
 struct SettingsReference {
   platform::URL path;
   std::optional<SettingsVolumeReference> source;

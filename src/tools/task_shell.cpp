@@ -41,6 +41,18 @@ class OutputBuffer {
 // the child wrote rather than when that grandchild lets go.
 constexpr double kOutputGraceSeconds = 1.0;
 
+// After the child has ended: waits for the end of its output, at most the
+// grace, and then removes the readability handler, so that whatever still
+// holds the pipe writes into it with nobody reading and nothing kept. Gives
+// the output as it stands then; a handler call already under way finishes,
+// and what it appends is not looked at.
+std::string outputAfterTheEnd(platform::Pipe& pipe, platform::DispatchSemaphore& outputEnded,
+                              const OutputBuffer& output) {
+  outputEnded.wait(platform::DispatchTime::now() + kOutputGraceSeconds);
+  pipe.fileHandleForReading()->setReadabilityHandler({});
+  return output.contents();
+}
+
 // Appends what can be read; at the end of the stream the handler removes
 // itself and tells `ended`. The termination handler does not drain the pipe,
 // so the output counts as complete only here: when every writer has closed
@@ -104,8 +116,7 @@ std::shared_ptr<platform::Task> runCommand(const std::string& launchPath,
     task->setTerminationHandler([ended](platform::Task&) { ended.signal(); });
     if (task->launch()) {
       ended.wait();
-      outputEnded.wait(platform::DispatchTime::now() + kOutputGraceSeconds);
-      lines = decodeOutputLines(output->contents());
+      lines = decodeOutputLines(outputAfterTheEnd(*pipe, outputEnded, *output));
     } else {
       // Nothing ran and the group is given up; the handler may go at once.
       pipe->fileHandleForReading()->setReadabilityHandler({});
@@ -156,6 +167,5 @@ TaskLines runTmutil(const std::vector<std::string>& arguments, double timeoutSec
                     arrayDescription(arguments));
     return std::nullopt;
   }
-  outputEnded.wait(platform::DispatchTime::now() + kOutputGraceSeconds);
-  return decodeOutputLines(output->contents());
+  return decodeOutputLines(outputAfterTheEnd(*pipe, outputEnded, *output));
 }

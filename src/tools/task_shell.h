@@ -28,11 +28,13 @@ TaskLines decodeOutputLines(std::string_view bytes);
 
 // Runs the program at `launchPath` (a Mac path) with `arguments`, its standard
 // output and error mixed into one pipe in the order written, waits without
-// limit for its end and for the last byte of its output, then calls
-// `completion` (if any) with the task and the lines. The output is complete
-// when every process holding the pipe has closed it, so a background process
-// that the program leaves behind with the pipe keeps the run waiting. A
-// program that cannot be started gives absent lines. Gives the task back.
+// limit for its end, then for the end of its output at most one second more,
+// and calls `completion` (if any) with the task and the lines. The output
+// ends when every process holding the pipe has closed it; a background
+// process that the program leaves behind with the pipe does not keep the run
+// waiting beyond that second: the reader is removed then, and what the
+// background process writes later is neither read nor kept. A program that
+// cannot be started gives absent lines. Gives the task back.
 std::shared_ptr<platform::Task> runCommand(const std::string& launchPath,
                                            const std::vector<std::string>& arguments,
                                            const TaskCompletion& completion = {});
@@ -51,7 +53,8 @@ struct NSTask {
 
 // Runs /usr/bin/tmutil with `arguments`, its standard output only (standard
 // error stays the tool's own), waiting at most `timeoutSeconds` (10 in the
-// tool; tests pass less) for it to end and for its output to be complete. On
+// tool; tests pass less) for it to end, and then for its output as
+// `runCommand` does, with the reader removed after that second. On
 // time-out it logs "tmutil timed out after 10 seconds while executing with
 // arguments: <arguments>" at error level on the volume logger "CVDisk" and
 // gives absent; the child runs on with its handlers, and neither it nor its

@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 #include <gtest/gtest.h>
 
+#include "platform/formatters.h"
 #include "platform/platform.h"
 #include "settings/settings_reference.h"
 #include "support/run_cvdiag.h"
@@ -265,4 +266,13 @@ TEST(SettingsReferenceTest, DocumentNameDropsTheFolderByCharacters) {
            {folder + "/\u0301x.cvsp/S", "x.cvsp"},  // a combining mark joins the "/" before it
            {"/short/S", ""}})
     EXPECT_EQ((SettingsReference{platform::URL::fileURLWithPath(document, false), {}, {}, {}}.documentName(folder)), name);
+}
+
+TEST(SettingsReferenceTest, TheVersionIsAnIntegerThatFitsASignedSixtyFourBitValue) {
+  constexpr auto kMin = std::numeric_limits<std::int64_t>::min(), kMax = std::numeric_limits<std::int64_t>::max();
+  const std::pair<Value, std::optional<std::int64_t>> cases[] = {
+      {5, 5}, {kMin, kMin}, {9223372036854775807ull, kMax}, {9223372036854775808ull, std::nullopt},
+      {18446744073709551615ull, std::nullopt}, {5.0, std::nullopt}, {"5", std::nullopt}, {true, std::nullopt}};
+  for (const auto& [value, version] : cases)
+    EXPECT_EQ(readSettingsVersion(Dictionary{{"CVSessionSettingsVersion", value}}), version) << platform::foundationDescription(value);
 }

@@ -13,6 +13,7 @@ struct RunResult {
   std::string out;   // standard output
   std::string err;   // standard error
   int status = -1;   // exit status; 128 + signal number when killed by a signal
+  long peakResidentKilobytes = 0;  // the child's largest resident set (with the children it reaped)
 };
 
 // Runs CVDIAG_EXECUTABLE with the arguments. The child gets the test's own
