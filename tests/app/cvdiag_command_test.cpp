@@ -1,7 +1,9 @@
-// The CVDiag command in process: its flags, their inverse forms and the
-// version line of a sparse information dictionary.
+// The CVDiag command in process: its flags, their inverse forms, the
+// version line of a sparse information dictionary, and runs on two machines
+// in one process.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <regex>
 #include <sstream>
 
@@ -9,6 +11,8 @@
 #include "app/sections.h"
 #include "platform/platform.h"
 #include "platform/machine/machine_platform.h"
+#include "registry/cv_disk_manager.h"
+#include "support/machine_builder.h"
 
 namespace {
 
@@ -52,9 +56,26 @@ TEST(VersionLine, MissingValuesAreEmptyAndThePunctuationStays) {
   platform::install(platform::machine::makeMachinePlatform(
       platform::machine::hostMachine(), {{"CurrentProjectVersion", "137"}, {"SourceVersion", platform::Value(7)}}));
   std::ostringstream out;
-  versionLine(out);
+  auto registry = CVDiskManager::create();
+  ReportContext context(out, *registry);
+  versionLine(context);
   EXPECT_TRUE(std::regex_match(out.str(), std::regex("Corvane Diagnostics version:  \\(137-\\), macOS [^\n]*\n\n")))
       << out.str();
+}
+
+// Each run reads its own documents, registry and disks: what one run has
+// read is never what the next run on another machine prints.
+TEST(CVDiagRun, RunsOnTwoMachinesInOneProcessShareNothing) {
+  auto command = parseCVDiag({"--settings-volumes"});
+  for (const char* name : {"all_discrete", "group_by_name", "all_discrete"}) {
+    testsupport::MachineBuilder machine("settings");
+    std::filesystem::copy(std::filesystem::path(CVDIAG_TEST_MACHINES) / "settings_cases" / name, machine.folder(),
+                          std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
+    auto platform = machine.install();
+    std::ostringstream out;
+    command->run(out, *CVDiskManager::create());
+    machine.expectGolden(std::string(name) + ".txt", out.str());
+  }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "app/sections.h"
+#include "registry/cv_disk_manager.h"
 #include "support/machine_builder.h"
 #include "volumes/cv_disk_volume.h"
 
@@ -47,12 +48,15 @@ TEST(VolumeReportsEmptyMachineTest, FailingRegistryOrSessionsLeaveTheHeadingsAlo
     testsupport::MachineBuilder machine(failure);
     machine.install();
     EXPECT_TRUE(CVDiskVolume::localDisks().empty()) << failure;
+    auto registry = CVDiskManager::create();
     std::ostringstream catalogue;
-    catalogueReport(catalogue);
+    ReportContext catalogueContext(catalogue, *registry);
+    catalogueReport(catalogueContext);
     EXPECT_EQ(catalogue.str(), "Cataloging local disks and volumes\n\n") << failure;
     std::ostringstream duplicates;
-    duplicateUUIDReport(duplicates);
+    ReportContext duplicatesContext(duplicates, *registry);
+    duplicateUUIDReport(duplicatesContext);
     EXPECT_EQ(duplicates.str(), "\nDuplicate Volume UUIDs\n[:]\n\n\n") << failure;
-    EXPECT_FALSE(rootOperatingSystemText()) << failure;
+    EXPECT_FALSE(rootOperatingSystemText(duplicatesContext.volumes())) << failure;
   }
 }
