@@ -107,7 +107,8 @@ CVDiskVolumeRef CVDiskVolume::volumeFromItemPathWithItemURL(const platform::URL&
 
 CVDiskVolumeSet CVDiskVolume::allMediaVolumes(const VolumeContext& context) {
   CVDiskVolumeSet volumes;
-  for (const auto& entry : context.mediaWalk()->entries()) volumes.insert(initWithDADisk(entry.disk, context));
+  const auto walk = context.mediaWalk();
+  for (const auto& entry : walk->entries()) volumes.insert(initWithDADisk(entry.disk, context));
   return volumes;
 }
 
@@ -123,7 +124,8 @@ void sortByDiskOrder(std::vector<CVDiskVolumeRef>& volumes) {
 
 std::vector<CVDiskVolumeRef> CVDiskVolume::localDisks(const VolumeContext& context) {
   std::vector<CVDiskVolumeRef> volumes;
-  for (const auto* entry : context.mediaWalk()->inDiskOrder()) volumes.push_back(initWithDADisk(entry->disk, context));
+  const auto walk = context.mediaWalk();
+  for (const auto* entry : walk->inDiskOrder()) volumes.push_back(initWithDADisk(entry->disk, context));
   return volumes;
 }
 

@@ -55,7 +55,8 @@ const std::optional<CVDiskVolumeSet>& CVDiskVolume::children() const {
     if (!daFlag(platform::kDADiskDescriptionMediaWholeKey)) return std::nullopt;
     const auto ownName = bsdName();
     CVDiskVolumeSet found;
-    for (const auto* entry : context_.mediaWalk()->inDiskOrder()) {
+    const auto walk = context_.mediaWalk();
+    for (const auto* entry : walk->inDiskOrder()) {
       // A volume without a parent has no parent name, which equals an absent
       // name of this disk.
       if (sameName(entry->parentName, ownName)) found.insert(initWithDADisk(entry->disk, context_));

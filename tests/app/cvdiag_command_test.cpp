@@ -8,7 +8,6 @@
 #include <sstream>
 
 #include "app/cv_diag.h"
-#include "app/sections.h"
 #include "platform/platform.h"
 #include "platform/machine/machine_platform.h"
 #include "registry/cv_disk_manager.h"
@@ -56,9 +55,7 @@ TEST(VersionLine, MissingValuesAreEmptyAndThePunctuationStays) {
   platform::install(platform::machine::makeMachinePlatform(
       platform::machine::hostMachine(), {{"CurrentProjectVersion", "137"}, {"SourceVersion", platform::Value(7)}}));
   std::ostringstream out;
-  auto registry = CVDiskManager::create();
-  ReportContext context(out, *registry);
-  versionLine(context);
+  parseCVDiag({"--version"})->run(out, *CVDiskManager::create());
   EXPECT_TRUE(std::regex_match(out.str(), std::regex("Corvane Diagnostics version:  \\(137-\\), macOS [^\n]*\n\n")))
       << out.str();
 }

@@ -49,14 +49,11 @@ TEST(VolumeReportsEmptyMachineTest, FailingRegistryOrSessionsLeaveTheHeadingsAlo
     machine.install();
     EXPECT_TRUE(CVDiskVolume::localDisks().empty()) << failure;
     auto registry = CVDiskManager::create();
-    std::ostringstream catalogue;
-    ReportContext catalogueContext(catalogue, *registry);
-    catalogueReport(catalogueContext);
-    EXPECT_EQ(catalogue.str(), "Cataloging local disks and volumes\n\n") << failure;
-    std::ostringstream duplicates;
-    ReportContext duplicatesContext(duplicates, *registry);
-    duplicateUUIDReport(duplicatesContext);
-    EXPECT_EQ(duplicates.str(), "\nDuplicate Volume UUIDs\n[:]\n\n\n") << failure;
-    EXPECT_FALSE(rootOperatingSystemText(duplicatesContext.volumes())) << failure;
+    std::ostringstream out;
+    ReportContext context(out, *registry);
+    catalogueReport(context);
+    duplicateUUIDReport(context);
+    EXPECT_EQ(out.str(), "Cataloging local disks and volumes\n\n\nDuplicate Volume UUIDs\n[:]\n\n\n") << failure;
+    EXPECT_FALSE(rootOperatingSystemText(context.volumes())) << failure;
   }
 }
