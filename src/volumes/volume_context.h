@@ -34,9 +34,7 @@ class VolumeContext {
   static VolumeContext keepingWalksAndErrors();
 
   // The walk of the disks as they are now: the kept one while nothing has
-  // changed, else a new one (kept in its place). Hold the pointer while
-  // reading the walk: a context that keeps nothing gives a walk no one else
-  // holds.
+  // changed, else a new one (kept in its place).
   std::shared_ptr<const MediaWalk> mediaWalk() const;
 
   // One URL resource value. A failed read gives absent and puts the error's
