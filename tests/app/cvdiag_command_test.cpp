@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <regex>
 #include <sstream>
 
@@ -66,8 +67,17 @@ TEST(CVDiagRun, RunsOnTwoMachinesInOneProcessShareNothing) {
   auto command = parseCVDiag({"--settings-volumes"});
   for (const char* name : {"all_discrete", "group_by_name", "all_discrete"}) {
     testsupport::MachineBuilder machine("settings");
-    std::filesystem::copy(std::filesystem::path(CVDIAG_TEST_MACHINES) / "settings_cases" / name, machine.folder(),
+    const auto overlay = std::filesystem::path(CVDIAG_TEST_MACHINES) / "settings_cases" / name;
+    std::filesystem::copy(overlay, machine.folder(),
                           std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
+    // The documents' dates as the golden files have them (the host can't set a birth time).
+    auto json = nlohmann::json::parse(std::ifstream(machine.folder() / "machine.json"));
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(overlay)) {
+      if (entry.path().extension() != ".cvss") continue;
+      json["files"]["/" + entry.path().lexically_relative(overlay).string()] = {
+          {"created", {{"$date", "2025-03-01T09:30:00Z"}}}, {"modified", {{"$date", "2026-11-20T18:45:10Z"}}}};
+    }
+    machine.json(json);
     auto platform = machine.install();
     std::ostringstream out;
     command->run(out, *CVDiskManager::create());

@@ -168,7 +168,9 @@ TEST_F(CVDiskManagerTest, LooksUpRenamedReformattedUnmountedAndVanishedVolumes) 
     EXPECT_EQ(found ? *found->bsdName() : "", row.found) << row.guid;
     auto mounted = manager->mountedVolumeForGUIDString(row.guid);
     EXPECT_EQ(mounted ? *mounted.value()->bsdName() : "", row.mounted) << row.guid;
-    if (!mounted) EXPECT_EQ(description(mounted.error()), description(row.error)) << row.guid;
+    if (!mounted) {
+      EXPECT_EQ(description(mounted.error()), description(row.error)) << row.guid;
+    }
   }
   EXPECT_EQ(manager->volumeName(renamed), "Old Name");
   EXPECT_EQ(manager->GUIDForVolume(*CVDiskVolume::initWithBsdName("disk4s2"), false), platform::UUID::fromString(renamed));
