@@ -20,6 +20,7 @@
 #include "platform/machine/machine.h"
 #include "platform/machine/machine_platform.h"
 #include "platform/platform.h"
+#include "registry/cv_disk_manager.h"
 #include "tools/disk_util.h"
 #include "tools/task_shell.h"
 
@@ -86,9 +87,11 @@ struct BenchMachine {
 
 void BM_DiskutilSection256Disks(benchmark::State& state) {
   BenchMachine machine;
+  auto registry = CVDiskManager::create();
   for (auto _ : state) {
     std::ostringstream out;
-    diskutilEntityReport(out);
+    ReportContext context(out, *registry);
+    diskutilEntityReport(context);
     if (out.str().find("**** complete: 256 disks cataloged ****") == std::string::npos)
       state.SkipWithError("the catalogue is incomplete");
   }

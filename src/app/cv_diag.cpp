@@ -3,7 +3,7 @@
 #include <iostream>
 
 #include "app/sections.h"
-#include "volumes/resource_errors.h"
+#include "registry/cv_disk_manager.h"
 
 using ArgumentParser::CommandConfiguration;
 using ArgumentParser::Declarations;
@@ -24,16 +24,19 @@ void CVDiag::declare(Declarations<CVDiag>& d) {
       ("pruneOrphans", &CVDiag::pruneOrphans);
 }
 
-void CVDiag::run(std::ostream& out) const {
-  ResourceErrorReport resourceErrors(out);
+void CVDiag::run(std::ostream& out) const { run(out, CVDiskManager::sharedInstance()); }
+
+void CVDiag::run(std::ostream& out, CVDiskManager& registry) const {
+  ReportContext context(out, registry);
   const bool all = allDiagnostics;
-  if (showVersion || all) versionLine(out);
-  if (showLocalVolumesAndDisks || all) catalogueReport(out);
-  if (showKnownVolumeRegistery || all) registryDump(out);
-  if (showDuplicateVolumeEntries || all) registryDuplicates(out);
-  if (showVolumeReferencesFromSettingsDocs || all) settingsConsistencyReport(out, *this);
-  if (showDuplicateVolumeUUIDs || all) duplicateUUIDReport(out);
-  if (showDiskutilDisksAndVolumes || all) diskutilEntityReport(out);
+  if (showVersion || all) versionLine(context);
+  if (showLocalVolumesAndDisks || all) catalogueReport(context);
+  if (showKnownVolumeRegistery || all) registryDump(context);
+  if (showDuplicateVolumeEntries || all) registryDuplicates(context);
+  if (showVolumeReferencesFromSettingsDocs || all) settingsConsistencyReport(context, *this);
+  if (showDuplicateVolumeUUIDs || all) duplicateUUIDReport(context);
+  if (showDiskutilDisksAndVolumes || all) diskutilEntityReport(context);
+  context.writeResourceErrors();
 }
 
 void CVDiag::run() { run(std::cout); }

@@ -5,6 +5,8 @@
 
 #include "argument_parser/argument_parser.h"
 
+class CVDiskManager;
+
 struct CVDiag : ArgumentParser::ParsableCommand {
   using Flag = ArgumentParser::Flag<bool>;
 
@@ -27,8 +29,11 @@ struct CVDiag : ArgumentParser::ParsableCommand {
   static ArgumentParser::CommandConfiguration configuration();
   static void declare(ArgumentParser::Declarations<CVDiag>& d);
 
-  // The report sections that the flags select, in their fixed order.
+  // The report sections that the flags select, in their fixed order, over
+  // the process's registry.
   void run(std::ostream& out) const;
+  // The same over another registry (one made for a test, say).
+  void run(std::ostream& out, CVDiskManager& registry) const;
   void run() override;
 
  private:

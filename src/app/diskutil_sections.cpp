@@ -6,7 +6,6 @@
 #include <unordered_map>
 #include <vector>
 
-#include "app/print.h"
 #include "app/sections.h"
 #include "platform/disk_arbitration.h"
 #include "platform/formatters.h"
@@ -50,7 +49,7 @@ std::string volumeOrMediaName(const CVDiskVolume& volume) {
   return "";
 }
 
-void volumeLine(std::ostream& out, const Dictionary& entry) {
+void volumeLine(ReportContext& context, const Dictionary& entry) {
   const Value* identifier = platform::lookup(entry, "DeviceIdentifier");
   const Value* diskUUID = platform::lookup(entry, "DiskUUID");
   const Value* role = platform::lookup(entry, "Role");
@@ -58,38 +57,38 @@ void volumeLine(std::ostream& out, const Dictionary& entry) {
       !role->string()) {
     return;
   }
-  auto volume = CVDiskVolume::initWithBsdName(*identifier->string());
+  auto volume = CVDiskVolume::initWithBsdName(*identifier->string(), context.volumes());
   if (!volume) return;
   auto uuid = volume->volumeUUID();
-  print(out, "       " + paddedOrCut(*role->string(), 6) + ": " + *diskUUID->string() +
-                 ", CVDisk.volumeUUID: " + (uuid ? uuid->uuidString() : std::string()) +
-                 ", name: " + volumeOrMediaName(*volume));
+  context.print("       " + paddedOrCut(*role->string(), 6) + ": " + *diskUUID->string() +
+                    ", CVDisk.volumeUUID: " + (uuid ? uuid->uuidString() : std::string()) +
+                    ", name: " + volumeOrMediaName(*volume));
 }
 
 // The APFS containers with their volume groups and the volumes of each group
 // that stand for a disk object of this machine. Whatever is not of the
 // expected shape is passed over.
-void volumeGroupsBlock(std::ostream& out, const DiskUtil& diskUtil) {
+void volumeGroupsBlock(ReportContext& context, const DiskUtil& diskUtil) {
   const auto& groups = diskUtil.volumeGroups();
   if (!groups || groups->empty()) return;
   const Value* containers = platform::lookup(*groups, "Containers");
   if (!containers || !containers->array()) return;
-  print(out, "\ndiskutil Volume Groups:");
+  context.print("\ndiskutil Volume Groups:");
   for (const Value& item : *containers->array()) {
     const Dictionary* container = item.dictionary();
     if (!container) continue;
-    print(out, "   Container : (" + entryText(*container, "ContainerReference") + ") " +
-                   entryText(*container, "APFSContainerUUID"));
+    context.print("   Container : (" + entryText(*container, "ContainerReference") + ") " +
+                      entryText(*container, "APFSContainerUUID"));
     const Value* volumeGroups = platform::lookup(*container, "VolumeGroups");
     if (!volumeGroups || !volumeGroups->array()) continue;
     for (const Value& groupItem : *volumeGroups->array()) {
       const Dictionary* group = groupItem.dictionary();
       if (!group) continue;
-      print(out, "     Group   : " + entryText(*group, "APFSVolumeGroupUUID"));
+      context.print("     Group   : " + entryText(*group, "APFSVolumeGroupUUID"));
       const Value* volumes = platform::lookup(*group, "Volumes");
       if (!volumes || !volumes->array()) continue;
       for (const Value& entry : *volumes->array()) {
-        if (entry.dictionary()) volumeLine(out, *entry.dictionary());
+        if (entry.dictionary()) volumeLine(context, *entry.dictionary());
       }
     }
   }
@@ -123,37 +122,37 @@ void shareWholeDisks(const std::vector<CVDiskVolumeRef>& volumes) {
 
 }  // namespace
 
-void diskutilEntityReport(std::ostream& out) {
+void diskutilEntityReport(ReportContext& context) {
   std::optional<DiskUtil> diskUtil;
   try {
-    diskUtil.emplace(out);
+    diskUtil.emplace(context.out());
   } catch (const SerializationError&) {
     // Told by the catalogue's own lines; the report shows "<null>".
   }
 
-  print(out, "\ndiskutil all disks:");
+  context.print("\ndiskutil all disks:");
   if (diskUtil) {
     platform::Array disks(diskUtil->allDisks().begin(), diskUtil->allDisks().end());
-    print(out, platform::foundationDescription(disks));
-    volumeGroupsBlock(out, *diskUtil);
+    context.print(platform::foundationDescription(disks));
+    volumeGroupsBlock(context, *diskUtil);
   } else {
-    print(out, kNull);
+    context.print(kNull);
   }
 
-  const auto volumes = CVDiskVolume::localDisks();
+  const auto volumes = CVDiskVolume::localDisks(context.volumes());
   shareWholeDisks(volumes);
   for (const auto& volume : volumes) {
-    print(out, "\n>>>>>>>>>>>>>>>>>>>>\n");
-    print(out, volume->description() + "\n");
-    print(out, volume->info());
+    context.print("\n>>>>>>>>>>>>>>>>>>>>\n");
+    context.print(volume->description() + "\n");
+    context.print(volume->info());
     std::string entry = kNull;
     if (diskUtil) {
       auto name = volume->bsdName();
       const Value* info = name ? platform::lookup(diskUtil->diskCatalog(), *name) : nullptr;
       if (info && info->dictionary()) entry = platform::foundationDescription(*info->dictionary());
     }
-    print(out, {"\ndiskutil info\n", entry});
-    print(out, {"\nCVDisk debug description\n", volume->debugDescription()});
-    print(out, "\n<<<");
+    context.print({"\ndiskutil info\n", entry});
+    context.print({"\nCVDisk debug description\n", volume->debugDescription()});
+    context.print("\n<<<");
   }
 }

@@ -1,31 +1,31 @@
 #pragma once
-// The report sections that `run` calls, in their fixed order. Each writes its
-// text to `out` and reports its own failures in its own words.
+// The report sections that `run` calls, in their fixed order. Each takes the
+// run's context (app/report_context.h), writes its text through it, and
+// reports its own failures in its own words.
 
 #include <optional>
-#include <ostream>
 #include <string>
 
+#include "app/report_context.h"
+
 struct CVDiag;
-class CVDiskManager;
 
 // "Corvane Diagnostics version: …" and the empty line behind it.
-void versionLine(std::ostream& out);
+void versionLine(ReportContext& context);
 // The macOS text of the volume mounted at "/", for the version line.
-std::optional<std::string> rootOperatingSystemText();
+std::optional<std::string> rootOperatingSystemText(const VolumeContext& volumes);
 // Every attached disk object, one line each.
-void catalogueReport(std::ostream& out);
+void catalogueReport(ReportContext& context);
 // The table of the known-volume registry.
-void registryDump(std::ostream& out);
+void registryDump(ReportContext& context);
 // Volumes that stand under more than one GUID.
-void registryDuplicates(std::ostream& out);
+void registryDuplicates(ReportContext& context);
 // "Resolvable GUIDs for local disks": each local disk the registry knows,
 // with its GUID; never registers. Ends the settings consistency report.
-void resolvableGUIDsForLocalDisks(std::ostream& out);
-void resolvableGUIDsForLocalDisks(std::ostream& out, CVDiskManager& manager);
+void resolvableGUIDsForLocalDisks(ReportContext& context);
 // Which settings references resolve; prunes orphans when the command asks.
-void settingsConsistencyReport(std::ostream& out, const CVDiag& command);
+void settingsConsistencyReport(ReportContext& context, const CVDiag& command);
 // Local volumes that share a volume UUID.
-void duplicateUUIDReport(std::ostream& out);
+void duplicateUUIDReport(ReportContext& context);
 // What diskutil reports beside the tool's own volume objects.
-void diskutilEntityReport(std::ostream& out);
+void diskutilEntityReport(ReportContext& context);

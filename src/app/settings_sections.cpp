@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "app/cv_diag.h"
-#include "app/print.h"
 #include "app/sections.h"
 #include "platform/formatters.h"
 #include "registry/cv_disk_manager.h"
@@ -47,15 +46,15 @@ std::string referringDocuments(const SettingsManager& settings, const std::vecto
   return joined(names, "\n         ");
 }
 
-void printDocuments(std::ostream& out, SettingsManager& settings) {
-  for (const auto& document : settings.settingsReferences(out)) {
+void printDocuments(ReportContext& context, SettingsManager& settings) {
+  for (const auto& document : settings.settingsReferences(context.out())) {
     auto version = document.version ? std::to_string(*document.version) : std::string();
-    auto created = text(document.creationDate(out));
-    auto modified = text(document.modificationDate(out));
-    print(out, "\n  " + settings.documentName(document) + ", version: " + version + ", created: " + created +
-                   ", modified: " + modified);
-    print(out, "   (source) " + text(document.source));
-    print(out, "   (target) " + text(document.target));
+    auto created = text(document.creationDate(context.out()));
+    auto modified = text(document.modificationDate(context.out()));
+    context.print("\n  " + settings.documentName(document) + ", version: " + version + ", created: " + created +
+                      ", modified: " + modified);
+    context.print("   (source) " + text(document.source));
+    context.print("   (target) " + text(document.target));
   }
 }
 
@@ -68,111 +67,111 @@ std::vector<const VolumeReferenceResolvable*> membersWith(const std::vector<Volu
   return members;
 }
 
-void printGroups(std::ostream& out, const CVDiskManager& manager, SettingsManager& settings,
+void printGroups(ReportContext& context, const CVDiskManager& manager, SettingsManager& settings,
                  const std::vector<VolumeReferenceResolvable>& resolved) {
-  const auto& documents = settings.settingsReferences(out);
+  const auto& documents = settings.settingsReferences(context.out());
   if (auto byName = membersWith(resolved, Resolution::knownVolumeMatchesName); !byName.empty()) {
-    print(out,
-          "\n  WARN: The following Settings volume reference(s) were resolved by name - the GUID volume name did "
-          "not match the settings name!\n");
+    context.print(
+        "\n  WARN: The following Settings volume reference(s) were resolved by name - the GUID volume name did "
+        "not match the settings name!\n");
     for (const auto* member : byName) {
       const auto& reference = member->reference;
-      auto guidVolume = manager.volumeForGUID(reference.guid());
+      auto guidVolume = manager.volumeForGUID(reference.guid(), context.volumes());
       const auto& volume = member->volume;
-      print(out, "    Settings volume reference " + reference.description() + " name mismatch!");
-      print(out, "      Settings name: \u201C" + reference.name() + "\u201D, GUID Volume name: \u201C" +
-                     (guidVolume ? guidVolume->name() : std::string("<volume not found>")) + "\u201D");
-      print(out, "      Volume resolver resolved by " + std::string(caseName(member->resolution)) +
-                     " to volume: \n        " + (volume ? volume->description() : std::string()));
-      print(out, "          UUID: " + (volume ? text(volume->volumeUUID()) : std::string()) +
-                     ", Media UUID: " + (volume ? text(volume->volumeMediaUUID()) : std::string()));
-      print(out, "      Volume referenced by settings documents:\n         " +
-                     referringDocuments(settings, documents, reference));
+      context.print("    Settings volume reference " + reference.description() + " name mismatch!");
+      context.print("      Settings name: \u201C" + reference.name() + "\u201D, GUID Volume name: \u201C" +
+                        (guidVolume ? guidVolume->name() : std::string("<volume not found>")) + "\u201D");
+      context.print("      Volume resolver resolved by " + std::string(caseName(member->resolution)) +
+                        " to volume: \n        " + (volume ? volume->description() : std::string()));
+      context.print("          UUID: " + (volume ? text(volume->volumeUUID()) : std::string()) +
+                        ", Media UUID: " + (volume ? text(volume->volumeMediaUUID()) : std::string()));
+      context.print("      Volume referenced by settings documents:\n         " +
+                        referringDocuments(settings, documents, reference));
     }
   }
   if (auto unknown = membersWith(resolved, Resolution::unknownVolumeGUID); !unknown.empty()) {
-    print(out,
-          "\n  WARN: The following GUID(s) do not exist in the Known Volume Registry - settings reference GUID not "
-          "in registry\n");
+    context.print(
+        "\n  WARN: The following GUID(s) do not exist in the Known Volume Registry - settings reference GUID not "
+        "in registry\n");
     for (const auto* member : unknown) {
-      print(out, "    Settings volume reference " + member->reference.description());
+      context.print("    Settings volume reference " + member->reference.description());
       // Eight blanks before the first document, nine between the others.
-      print(out, "      Volume is referenced by settings documents:\n        " +
-                     referringDocuments(settings, documents, member->reference));
+      context.print("      Volume is referenced by settings documents:\n        " +
+                        referringDocuments(settings, documents, member->reference));
     }
   }
   if (auto unresolvable = membersWith(resolved, Resolution::unresolvable); !unresolvable.empty()) {
-    print(out,
-          "\n  INFO: The following volume reference(s) could not be resolved - the volumes may not be attached\n");
+    context.print(
+        "\n  INFO: The following volume reference(s) could not be resolved - the volumes may not be attached\n");
     for (const auto* member : unresolvable) {
-      print(out, "    Settings volume reference " + member->reference.description() +
-                     " not resolvable - may not be attached");
-      print(out, "      Volume is referenced by settings documents:\n         " +
-                     referringDocuments(settings, documents, member->reference));
+      context.print("    Settings volume reference " + member->reference.description() +
+                        " not resolvable - may not be attached");
+      context.print("      Volume is referenced by settings documents:\n         " +
+                        referringDocuments(settings, documents, member->reference));
     }
   }
 }
 
-void printMountedCheck(std::ostream& out, const CVDiskManager& manager,
+void printMountedCheck(ReportContext& context, const CVDiskManager& manager,
                        const std::vector<VolumeReferenceResolvable>& resolved) {
-  print(out,
-        "\nLocating volume for discretely-resolvable settings-volume-references to available local volume "
-        "instances\n");
+  context.print(
+      "\nLocating volume for discretely-resolvable settings-volume-references to available local volume "
+      "instances\n");
   for (const auto* member : membersWith(resolved, Resolution::knownVolumeMatchesIdentity)) {
     const auto guid = member->reference.guid().uuidString();
-    print(out, "  Checking GUID: " + guid);
-    auto volume = manager.volumeForGUID(member->reference.guid());
+    context.print("  Checking GUID: " + guid);
+    auto volume = manager.volumeForGUID(member->reference.guid(), context.volumes());
     if (!volume) {
-      print(out, "  ** CVDiskManager could not resolve " + guid);
+      context.print("  ** CVDiskManager could not resolve " + guid);
       continue;
     }
-    print(out, "  => " + volume->description());
+    context.print("  => " + volume->description());
     if (!volume->isReady()) {
-      print(out, "  ** Volume is not mounted, details follow...");
-      print(out, volume->debugDescription());
+      context.print("  ** Volume is not mounted, details follow...");
+      context.print(volume->debugDescription());
     }
   }
 }
 
 }  // namespace
 
-void settingsConsistencyReport(std::ostream& out, const CVDiag& command) {
-  auto& manager = CVDiskManager::sharedInstance();
-  auto& settings = SettingsManager::sharedInstance();
+void settingsConsistencyReport(ReportContext& context, const CVDiag& command) {
+  auto& manager = context.registry();
+  auto& settings = context.settings();
 
-  print(out, "Collecting volume references from Settings documents:");
-  printDocuments(out, settings);
+  context.print("Collecting volume references from Settings documents:");
+  printDocuments(context, settings);
 
-  const auto& references = settings.volumeReferences(out);
+  const auto& references = settings.volumeReferences(context.out());
   std::vector<std::string> texts;
   for (const auto& reference : references) texts.push_back(reference.description());
-  print(out, "\nVolume-reference set from all Settings documents:\n\n  " + joined(texts, "\n  "));
+  context.print("\nVolume-reference set from all Settings documents:\n\n  " + joined(texts, "\n  "));
 
-  print(out, "\nChecking Settings volume-reference consistency");
+  context.print("\nChecking Settings volume-reference consistency");
   std::vector<VolumeReferenceResolvable> resolved;
   for (const auto& reference : references) {
-    auto [volume, resolution] = resolve(reference, manager);
+    auto [volume, resolution] = context.resolver().resolve(reference);
     resolved.push_back({reference, std::move(volume), resolution});
   }
 
   if (membersWith(resolved, Resolution::knownVolumeMatchesIdentity).size() == resolved.size()) {
-    print(out,
-          "  All volume references were discretely-resolvable from their reference (i.e. no heuristics applied");
+    context.print(
+        "  All volume references were discretely-resolvable from their reference (i.e. no heuristics applied");
   } else {
-    print(out, "  The following settings volume-references were unresolvable or required a heuristic to resolve");
-    printGroups(out, manager, settings, resolved);
+    context.print("  The following settings volume-references were unresolvable or required a heuristic to resolve");
+    printGroups(context, manager, settings, resolved);
   }
 
-  print(out, {"\nPotentially orphaned volume references in registry (i.e. known but not currently referenced any "
-              "Settings)\n\n  "},
-        "");
-  auto orphans = orphanedVolumeReferences(manager, references);
+  context.print({"\nPotentially orphaned volume references in registry (i.e. known but not currently referenced any "
+                 "Settings)\n\n  "},
+                "");
+  auto orphans = orphanedVolumeReferences(context.resolver(), references);
   texts.clear();
   for (const auto& orphan : orphans) texts.push_back(orphan.description());
-  print(out, joined(texts, "\n  "));
+  context.print(joined(texts, "\n  "));
 
-  if (command.pruneOrphans) pruneOrphanedVolumeReferences(out, manager, orphans);
+  if (command.pruneOrphans) pruneOrphanedVolumeReferences(context.out(), manager, orphans);
 
-  printMountedCheck(out, manager, resolved);
-  resolvableGUIDsForLocalDisks(out, manager);
+  printMountedCheck(context, manager, resolved);
+  resolvableGUIDsForLocalDisks(context);
 }

@@ -2,7 +2,6 @@
 // empty line behind it.
 #include <string>
 
-#include "app/print.h"
 #include "app/sections.h"
 #include "platform/platform.h"
 
@@ -22,10 +21,10 @@ std::string infoValue(const char* key) {
 
 }  // namespace
 
-void versionLine(std::ostream& out) {
+void versionLine(ReportContext& context) {
   std::string shortVersion = infoValue("CFBundleShortVersionString");
   std::string build = infoValue("CurrentProjectVersion");
   std::string source = infoValue("SourceVersion");
-  std::string os = rootOperatingSystemText().value_or("");
-  print(out, "Corvane Diagnostics version: " + shortVersion + " (" + build + "-" + source + "), macOS " + os + "\n");
+  std::string os = rootOperatingSystemText(context.volumes()).value_or("");
+  context.print("Corvane Diagnostics version: " + shortVersion + " (" + build + "-" + source + "), macOS " + os + "\n");
 }

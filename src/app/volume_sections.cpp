@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "app/print.h"
 #include "app/sections.h"
 #include "platform/disk_arbitration.h"
 #include "volumes/cv_disk_volume.h"
@@ -29,9 +28,9 @@ std::string quoted(const std::string& text) {
 
 }  // namespace
 
-void catalogueReport(std::ostream& out) {
-  print(out, "Cataloging local disks and volumes\n");
-  for (const auto& volume : CVDiskVolume::localDisks()) {
+void catalogueReport(ReportContext& context) {
+  context.print("Cataloging local disks and volumes\n");
+  for (const auto& volume : CVDiskVolume::localDisks(context.volumes())) {
     // Only the boolean true counts as mountable.
     const bool mountable = volume->daFlag(platform::kDADiskDescriptionVolumeMountableKey);
     const std::string mounted = paddedYesNo(volume->isReady());
@@ -39,17 +38,17 @@ void catalogueReport(std::ostream& out) {
     const std::string line = "Mounted: " + mounted + " Mountable: " + paddedYesNo(mountable) +
                              " Ready: " + ready + ", " + volume->description() + " (" +
                              volume->volumeUUIDString().value_or("No Volume UUID") + ")";
-    print(out, line);
+    context.print(line);
   }
 }
 
-void duplicateUUIDReport(std::ostream& out) {
-  print(out, "\nDuplicate Volume UUIDs");
+void duplicateUUIDReport(ReportContext& context) {
+  context.print("\nDuplicate Volume UUIDs");
   // The volumes of each UUID in disk order, the UUIDs in order of first
   // appearance; the absent-UUID group is never shown.
   std::vector<std::string> groupOrder;
   std::map<std::string, std::vector<CVDiskVolumeRef>> groups;
-  for (const auto& volume : CVDiskVolume::localDisks()) {
+  for (const auto& volume : CVDiskVolume::localDisks(context.volumes())) {
     auto uuid = volume->volumeUUIDString();
     if (!uuid) continue;
     auto [entry, added] = groups.try_emplace(*uuid);
@@ -69,19 +68,19 @@ void duplicateUUIDReport(std::ostream& out) {
     }
     dictionary += "]";
   }
-  print(out, dictionary.empty() ? "[:]" : "[" + dictionary + "]");
+  context.print(dictionary.empty() ? "[:]" : "[" + dictionary + "]");
 
   // Every volume that shares its UUID, grouped the same way.
   for (const auto& uuid : groupOrder) {
     const auto& members = groups[uuid];
     if (members.size() < 2) continue;
-    for (const auto& volume : members) print(out, "  " + uuid + " => " + volume->description());
+    for (const auto& volume : members) context.print("  " + uuid + " => " + volume->description());
   }
-  print(out, "\n");
+  context.print("\n");
 }
 
-std::optional<std::string> rootOperatingSystemText() {
-  auto root = CVDiskVolume::initWithVolumePath(platform::URL::fileURLWithPath("/", true));
+std::optional<std::string> rootOperatingSystemText(const VolumeContext& volumes) {
+  auto root = CVDiskVolume::initWithVolumePath(platform::URL::fileURLWithPath("/", true), volumes);
   if (!root) return std::nullopt;
   return root->volumeOperatingSystemExtendedString();
 }

@@ -2,7 +2,7 @@
 // What a command says about itself, and the type-erased handle of a command
 // type through which the framework reads it (there is no reflection: a type
 // registers its declared properties in declaration order, see
-// ParsableCommand.h).
+// parsable_command.h).
 
 #include <array>
 #include <functional>

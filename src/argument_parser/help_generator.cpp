@@ -8,7 +8,6 @@
 #include <climits>
 
 #include "argument_parser/characters.h"
-#include "argument_parser/command_parser.h"
 #include "argument_parser/errors.h"
 
 namespace ArgumentParser {
@@ -426,13 +425,6 @@ std::string HelpGenerator::rendered(std::optional<int> screenWidth) const {
 }
 
 std::string HelpGenerator::usageMessage() const { return withUsageLabel(usage_); }
-
-std::string helpMessage(CommandType root, CommandType command, bool includeHidden, std::optional<int> columns) {
-  CommandParser parser(root);
-  return HelpGenerator(parser.commandStack(command),
-                       includeHidden ? ArgumentVisibility::hidden : ArgumentVisibility::default_)
-      .rendered(columns);
-}
 
 std::optional<std::string> usageString(CommandType command) { return command->configuration().usage; }
 

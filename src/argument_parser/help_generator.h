@@ -99,9 +99,6 @@ class HelpGenerator {
 // without the rest of the help. The stack must not be empty.
 std::string usageMessage(const CommandStack& stack, ArgumentVisibility visibility);
 
-// The help text of the path to the command in the root's tree.
-std::string helpMessage(CommandType root, CommandType command, bool includeHidden = false,
-                        std::optional<int> columns = std::nullopt);
 // The command's configured usage text alone.
 std::optional<std::string> usageString(CommandType command);
 

@@ -15,9 +15,8 @@ namespace ArgumentParser {
 
 // --- the message ------------------------------------------------------------------
 
-MessageInfo::MessageInfo(std::exception_ptr error, CommandType type, std::optional<int> columns, bool helpHidden,
+MessageInfo::MessageInfo(std::exception_ptr error, CommandType type, std::optional<int> columns,
                          const EnvironmentReader& environment) {
-  (void)helpHidden;
   CommandStack stack{type};
   ParserError parserError;
   try {
@@ -46,7 +45,7 @@ MessageInfo::MessageInfo(std::exception_ptr error, CommandType type, std::option
       try {
         makeHelp(completionScript(stack.front(), parserError.text, environment));
       } catch (...) {
-        *this = MessageInfo(std::current_exception(), type, columns, helpHidden, environment);
+        *this = MessageInfo(std::current_exception(), type, columns, environment);
       }
       return;
     case C::completionScriptCustomResponse:
@@ -185,7 +184,7 @@ int exitWithError(CommandType type, std::exception_ptr error, ProcessIO& io) {
     io.exit(0);
     return 0;
   }
-  MessageInfo info(error, type, terminalWidth(io.environment), false, io.environment);
+  MessageInfo info(error, type, terminalWidth(io.environment), io.environment);
   std::string text = info.fullText(type);
   if (!text.empty()) {
     std::ostream& stream = info.printsToStandardOutput() ? io.out : io.err;

@@ -25,7 +25,7 @@ struct MessageInfo {
   int exitCode = 0;     // other
 
   MessageInfo(std::exception_ptr error, CommandType type, std::optional<int> columns = std::nullopt,
-              bool helpHidden = false, const EnvironmentReader& environment = processEnvironment);
+              const EnvironmentReader& environment = processEnvironment);
 
   // The text printed on the way out.
   std::string fullText(CommandType type) const;

@@ -237,7 +237,6 @@ DispatchQueue DispatchQueue::global(QualityOfService qos) {
 
 const std::string& DispatchQueue::label() const { return impl_->label; }
 QualityOfService DispatchQueue::qos() const { return impl_->qos; }
-bool DispatchQueue::isSerial() const { return impl_->serial; }
 bool DispatchQueue::isCurrent() const { return isHeldByThisThread(impl_.get()); }
 
 void DispatchQueue::async(std::function<void()> work) const { impl_->enqueue(std::move(work)); }
@@ -316,7 +315,6 @@ void DispatchQueue::sync(const std::function<void()>& work) const {
   work();
 }
 
-void DispatchQueue::asyncBarrier(std::function<void()> work) const { async(std::move(work)); }
 void DispatchQueue::syncBarrier(const std::function<void()>& work) const { sync(work); }
 
 struct DispatchGroup::State {

@@ -72,7 +72,6 @@ class DispatchQueue {
 
   const std::string& label() const;
   QualityOfService qos() const;
-  bool isSerial() const;
   // Whether the calling thread is running work of this queue, directly or as
   // work of a queue that targets it.
   bool isCurrent() const;
@@ -87,10 +86,9 @@ class DispatchQueue {
   // it has run. An exception from `work` reaches the caller. On a global
   // queue the work runs at once. See the sync rule above.
   void sync(const std::function<void()>& work) const;
-  // On a serial queue every item already runs alone, so the barrier forms are
-  // `async` and `sync`. On a global queue, as on the platform, the barrier
-  // flag has no effect.
-  void asyncBarrier(std::function<void()> work) const;
+  // On a serial queue every item already runs alone, so the barrier form is
+  // `sync`. On a global queue, as on the platform, the barrier flag has no
+  // effect.
   void syncBarrier(const std::function<void()>& work) const;
 
   friend bool operator==(const DispatchQueue& a, const DispatchQueue& b) { return a.impl_ == b.impl_; }

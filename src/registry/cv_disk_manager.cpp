@@ -65,15 +65,15 @@ CVDiskManager& CVDiskManager::sharedInstance() {
 
 void CVDiskManager::finishSharedInstance() {
   if (!sharedManager) return;
-  sharedManager->unregisterCallbacks();
+  sharedManager->stopObservation();
   sharedManager->waitForPendingSaves();
   sharedManager = nullptr;  // nothing is left for the exit handler
 }
 
 std::shared_ptr<CVDiskManager> CVDiskManager::create() { return std::make_shared<CVDiskManager>(Passkey{}); }
 
-// The start sequence, in its order. Steps 1 to 4 are the member
-// initialisers; the body runs steps 5 to 9.
+// The empty map, the queues, the Disk Arbitration session and the map key
+// come first, as member initialisers; `start` does the rest.
 CVDiskManager::CVDiskManager(Passkey)
     : map_(std::make_shared<const RegistrySnapshot>(CVDiskVolumeMap{})),
       serialMapQueue_(DispatchQueue::serial("com.tamarlin.corvane.cvdiskmanager.serialMap",
@@ -87,27 +87,31 @@ CVDiskManager::CVDiskManager(Passkey)
 }
 
 CVDiskManager::~CVDiskManager() {
-  unregisterCallbacks();
+  stopObservation();
   // Deliveries already queued still reach this manager; let them run first.
   if (!daQueue_.isCurrent()) daQueue_.sync([] {});
   waitForPendingSaves();
 }
 
 void CVDiskManager::start() {
-  // Step 4's failure: without a session the registry still works; only the
-  // observation of disks is off.
+  // Without a session the registry still works; only the observation of
+  // disks is off.
   if (!session_) knownVolumesLog().fault("CVDiskManager - no Disk Arbitration session: disks are not observed");
-
-  // Step 5.
   defaults_ = chooseDefaults();
   bindCallbacks();
+  validateStoredValue();
+  loadStoredValue();
+  // Last of all, so that no callback finds the registry unloaded.
+  if (session_) startObservation();
+}
 
-  // Step 6: a value that is missing, no dictionary, or holds anything but
-  // data is replaced whole by an empty dictionary.
+void CVDiskManager::validateStoredValue() {
   auto stored = defaults_->dictionaryForKey(mapKey_);
   if (!stored || !registryFromDictionary(*stored)) defaults_->setObject(platform::Dictionary{}, mapKey_);
+}
 
-  // Step 8: load. Another writer may have changed the value since step 6;
+void CVDiskManager::loadStoredValue() {
+  // Another writer may have changed the value since it was validated;
   // whatever is not data is left out of the map rather than trusted.
   CVDiskVolumeMap loaded;
   if (auto value = defaults_->objectForKey(mapKey_); value && value->dictionary()) {
@@ -117,9 +121,6 @@ void CVDiskManager::start() {
   }
   auto initial = std::make_shared<const RegistrySnapshot>(std::move(loaded));
   serialMapQueue_.syncBarrier([&] { map_ = std::move(initial); });
-
-  // Step 9: observation of the disks, last of all.
-  if (session_) registerCallbacks();
 }
 
 // ---- The defaults domain ---------------------------------------------------

@@ -21,11 +21,13 @@
 
 #include "platform/disk_arbitration.h"
 #include "platform/dispatch.h"
+#include "platform/error.h"
 #include "platform/user_defaults.h"
 #include "platform/value.h"
 #include "registry/identity.h"
 #include "registry/registry_snapshot.h"
 #include "registry/volume_bookmark.h"
+#include "volumes/volume_context.h"
 
 class CVDiskVolume;
 using CVDiskVolumeRef = std::shared_ptr<CVDiskVolume>;
@@ -36,6 +38,8 @@ using CVDiskVolumeRef = std::shared_ptr<CVDiskVolume>;
 enum class VolumeAccessError { automountableVolumeNotMounted, localVolumeAttachedButNotMounted, localVolumeNotAvailable };
 // The case's name ("automountableVolumeNotMounted").
 std::string_view description(VolumeAccessError error);
+// A ready volume, or why there is none.
+using MountedVolumeResult = platform::Result<CVDiskVolumeRef, VolumeAccessError>;
 
 class CVDiskManager {
   struct Passkey {};
@@ -91,7 +95,9 @@ class CVDiskManager {
 
   // ---- Registration and lookup ------------------------------------------
   // Every lookup reads the registry anew (the current snapshot) and logs
-  // nothing.
+  // nothing. Lookups that search the attached volumes do so through
+  // `volumes`, and the volumes they give carry it; the default context
+  // walks the media afresh for every search.
 
   // The GUID whose bookmark carries the volume UUID of the registration
   // volume (a system volume or its snapshot registers its data volume). Only
@@ -111,13 +117,13 @@ class CVDiskManager {
 
   // The attached volume of the GUID, as presented; nothing for bad text, no
   // entry, no volume UUID in the bookmark, or no attached volume with it.
-  CVDiskVolumeRef volumeForGUIDString(std::string_view guidString) const;
-  CVDiskVolumeRef volumeForGUID(const platform::UUID& guid) const;
+  CVDiskVolumeRef volumeForGUIDString(std::string_view guidString, const VolumeContext& volumes = {}) const;
+  CVDiskVolumeRef volumeForGUID(const platform::UUID& guid, const VolumeContext& volumes = {}) const;
   // What a volume of a system/data group is shown as: the system's mounted
   // snapshot, else the system volume (maybe nothing); other volumes as they are.
   static CVDiskVolumeRef presentationVolume(const CVDiskVolume& volume);
-  // The ready volume of the GUID, or nothing with `error` set (see above).
-  CVDiskVolumeRef mountedVolumeForGUIDString(std::string_view guidString, VolumeAccessError& error) const;
+  // The ready volume of the GUID, or the reason there is none (see above).
+  MountedVolumeResult mountedVolumeForGUIDString(std::string_view guidString, const VolumeContext& volumes = {}) const;
 
   // Remembered facts, from the bookmark alone: they answer for volumes that
   // are not attached. Nothing when there is no entry or no value.
@@ -130,17 +136,15 @@ class CVDiskManager {
 
   // ---- Dumps and duplicates ---------------------------------------------
 
-  // The table of every entry: headings, rule, one line per entry in key order.
-  std::string guidMapDump() const;
-  // "No duplicate GUID entries found\n", or the list of volume UUIDs that
-  // more than one GUID carries. Always present.
+  // The table of every entry: headings, rule, one line per entry in key
+  // order; the mounted mark looks at the attached volumes through `volumes`.
+  std::string guidMapDump(const VolumeContext& volumes = {}) const;
+  // "No duplicate GUID entries found\n", or one line per volume UUID of
+  // `duplicateVolumeEntries`, in UUID order. Always present.
   std::optional<std::string> duplicatesDump() const;
-  // Volume UUID string to its GUID strings, for UUIDs with more than one.
+  // Volume UUID string to its GUID strings (in key order), for UUIDs that
+  // more than one GUID carries.
   std::map<std::string, std::vector<std::string>> duplicateVolumeEntries() const;
-  // The distinct volume UUIDs the bookmarks carry, in first-seen key order.
-  std::vector<std::string> allVolumeUUIDStrings() const;
-  // The GUIDs whose bookmark carries the volume UUID, in key order.
-  std::vector<std::string> guidsForVolumeUUIDString(std::string_view volumeUUIDString) const;
 
   // ---- Observation (Disk Arbitration) -----------------------------------
 
@@ -184,16 +188,25 @@ class CVDiskManager {
   const platform::DASessionRef& session() const { return session_; }
 
  private:
-  // Start steps 1 to 8: queues, session, defaults, validation, load.
+  // The constructor's body, once the queues and the session exist: chooses
+  // the defaults, binds the callbacks, validates the stored value, loads it
+  // and starts the observation of disks, in that order.
   void start();
-  // Start step 5, second half: binds the seven callback fields to the
-  // member callbacks above.
+  // Binds the callback fields to the member callbacks above; the
+  // description-change callback is bound per observed volume instead.
   void bindCallbacks();
-  // Start step 9: the Disk Arbitration callbacks registered in their order,
-  // then the session's queue set to `daQueue`. Teardown undoes them in the
-  // teardown order. (These three live with the observation code.)
-  void registerCallbacks();
-  void unregisterCallbacks();
+  // Replaces a stored registry that is missing, no dictionary, or holds
+  // anything but data with an empty dictionary, so that every later read
+  // and write starts from a well-formed registry.
+  void validateStoredValue();
+  // Reads the stored registry into the map.
+  void loadStoredValue();
+  // Registers the Disk Arbitration callbacks in their order, then sets the
+  // session's queue to `daQueue`; `stopObservation` undoes them in teardown
+  // order and waits for a delivery that is still running. (These two live
+  // with the observation code.)
+  void startObservation();
+  void stopObservation();
   // The volume itself when it is ready, else after `diskutil mount` said
   // "mounted"; nothing when that fails.
   static CVDiskVolumeRef mountVolume(const CVDiskVolumeRef& volume);

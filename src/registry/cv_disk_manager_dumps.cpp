@@ -66,7 +66,7 @@ VolumeUUIDIndex indexVolumeUUIDs(const DecodedEntries& entries) {
 
 }  // namespace
 
-std::string CVDiskManager::guidMapDump() const {
+std::string CVDiskManager::guidMapDump(const VolumeContext& volumes) const {
   std::string text;
   for (const auto& column : kColumns) {
     if (&column != kColumns) text += ' ';
@@ -84,7 +84,7 @@ std::string CVDiskManager::guidMapDump() const {
   std::unordered_map<std::string, CVDiskVolumeRef> attached;
   const auto current = snapshot();
   if (!current->entries().empty()) {
-    for (const auto& disk : CVDiskVolume::localDisks()) {
+    for (const auto& disk : CVDiskVolume::localDisks(volumes)) {
       if (auto uuid = disk->volumeUUID()) attached.emplace(uuid->uuidString(), disk);
     }
   }
@@ -111,32 +111,19 @@ std::string CVDiskManager::guidMapDump() const {
   return text;
 }
 
-std::vector<std::string> CVDiskManager::allVolumeUUIDStrings() const {
-  const auto current = snapshot();
-  return indexVolumeUUIDs(current->bookmarks()).distinct;
-}
-
-std::vector<std::string> CVDiskManager::guidsForVolumeUUIDString(std::string_view volumeUUIDString) const {
-  std::vector<std::string> result;
-  const auto current = snapshot();
-  for (const auto& [guid, bookmark] : current->bookmarks()) {
-    if (bookmark.volumeUUIDString() == volumeUUIDString) result.push_back(guid);
-  }
-  return result;
-}
-
 namespace {
 
-// Volume UUID to the positions of its entries, for UUIDs with more than one.
-// Quadratic by design: every distinct UUID is compared with every entry, but
-// each bookmark is decoded only once and the comparisons are of numbers.
-std::map<std::string, std::vector<std::size_t>> duplicatePositions(const DecodedEntries& entries) {
+// Volume UUID to the GUIDs of its entries, in key order, for UUIDs with more
+// than one. Quadratic by design: every distinct UUID is compared with every
+// entry, but each bookmark is decoded only once and the comparisons are of
+// numbers.
+std::map<std::string, std::vector<std::string>> duplicateEntries(const DecodedEntries& entries) {
   auto index = indexVolumeUUIDs(entries);
-  std::map<std::string, std::vector<std::size_t>> result;
+  std::map<std::string, std::vector<std::string>> result;
   for (std::size_t position = 0; position < index.distinct.size(); ++position) {
-    std::vector<std::size_t> carrying;
+    std::vector<std::string> carrying;
     for (std::size_t i = 0; i < entries.size(); ++i) {
-      if (index.ofEntry[i] == static_cast<long>(position)) carrying.push_back(i);
+      if (index.ofEntry[i] == static_cast<long>(position)) carrying.push_back(entries[i].first);
     }
     if (carrying.size() > 1) result.emplace(index.distinct[position], std::move(carrying));
   }
@@ -146,27 +133,18 @@ std::map<std::string, std::vector<std::size_t>> duplicatePositions(const Decoded
 }  // namespace
 
 std::map<std::string, std::vector<std::string>> CVDiskManager::duplicateVolumeEntries() const {
-  const auto current = snapshot();
-  const auto& entries = current->bookmarks();
-  std::map<std::string, std::vector<std::string>> result;
-  for (const auto& [uuid, positions] : duplicatePositions(entries)) {
-    auto& guids = result[uuid];
-    for (auto i : positions) guids.push_back(entries[i].first);
-  }
-  return result;
+  return duplicateEntries(snapshot()->bookmarks());
 }
 
 std::optional<std::string> CVDiskManager::duplicatesDump() const {
-  const auto current = snapshot();
-  const auto& entries = current->bookmarks();
-  auto duplicates = duplicatePositions(entries);
+  auto duplicates = duplicateVolumeEntries();
   if (duplicates.empty()) return "No duplicate GUID entries found\n";
   std::string text = "Duplicate entries found for volume(s):\n";
-  for (const auto& [uuid, positions] : duplicates) {
+  for (const auto& [uuid, guids] : duplicates) {
     // The name the first GUID's bookmark remembers.
-    auto name = entries[positions.front()].second.volumeName();
+    auto name = volumeName(guids.front());
     text += "  Volume " + uuid + " \u201C" + name.value_or("no name") + "\u201D is associated with more than one GUID. " +
-            std::to_string(positions.size()) + " entries found.\n";
+            std::to_string(guids.size()) + " entries found.\n";
   }
   return text;
 }

@@ -97,32 +97,30 @@ CVDiskVolumeRef CVDiskManager::presentationVolume(const CVDiskVolume& volume) {
   return system;
 }
 
-CVDiskVolumeRef CVDiskManager::volumeForGUID(const UUID& guid) const {
+CVDiskVolumeRef CVDiskManager::volumeForGUID(const UUID& guid, const VolumeContext& volumes) const {
   auto bookmark = bookmarkForGUIDString(guid.uuidString());
   if (!bookmark) return nullptr;
   auto volumeUUIDString = bookmark->volumeUUIDString();
   if (!volumeUUIDString) return nullptr;
   auto volumeUUID = UUID::fromString(*volumeUUIDString);
   if (!volumeUUID) return nullptr;
-  auto found = CVDiskVolume::initWithVolumeUUID(*volumeUUID);
+  auto found = CVDiskVolume::initWithVolumeUUID(*volumeUUID, volumes);
   if (!found) return nullptr;
   return presentationVolume(*found);
 }
 
-CVDiskVolumeRef CVDiskManager::volumeForGUIDString(std::string_view guidString) const {
+CVDiskVolumeRef CVDiskManager::volumeForGUIDString(std::string_view guidString,
+                                                   const VolumeContext& volumes) const {
   auto guid = UUID::fromString(guidString);
   if (!guid) return nullptr;
-  return volumeForGUID(*guid);
+  return volumeForGUID(*guid, volumes);
 }
 
-CVDiskVolumeRef CVDiskManager::mountedVolumeForGUIDString(std::string_view guidString,
-                                                          VolumeAccessError& error) const {
+MountedVolumeResult CVDiskManager::mountedVolumeForGUIDString(std::string_view guidString,
+                                                              const VolumeContext& volumes) const {
   auto guid = UUID::fromString(guidString);
-  if (!guid) {
-    error = VolumeAccessError::localVolumeNotAvailable;
-    return nullptr;
-  }
-  if (auto volume = volumeForGUID(*guid)) {
+  if (!guid) return VolumeAccessError::localVolumeNotAvailable;
+  if (auto volume = volumeForGUID(*guid, volumes)) {
     auto presented = presentationVolume(*volume);
     if (presented && presented->isReady()) {
       CVDiskVolumeRef registrationSide = volume;
@@ -133,25 +131,14 @@ CVDiskVolumeRef CVDiskManager::mountedVolumeForGUIDString(std::string_view guidS
     }
   }
   auto bookmark = bookmarkForGUIDString(guidString);
-  if (!bookmark) {
-    error = VolumeAccessError::localVolumeNotAvailable;
-    return nullptr;
-  }
-  if (bookmark->volumeIsEjectable().value_or(false)) {
-    error = VolumeAccessError::automountableVolumeNotMounted;
-    return nullptr;
-  }
-  const auto remembered = bookmark->volumeUUIDString();
-  if (remembered) {
-    for (const auto& disk : CVDiskVolume::localDisks()) {
-      if (disk->volumeUUIDString() == remembered) {
-        error = VolumeAccessError::localVolumeAttachedButNotMounted;
-        return nullptr;
-      }
+  if (!bookmark) return VolumeAccessError::localVolumeNotAvailable;
+  if (bookmark->volumeIsEjectable().value_or(false)) return VolumeAccessError::automountableVolumeNotMounted;
+  if (const auto remembered = bookmark->volumeUUIDString()) {
+    for (const auto& disk : CVDiskVolume::localDisks(volumes)) {
+      if (disk->volumeUUIDString() == remembered) return VolumeAccessError::localVolumeAttachedButNotMounted;
     }
   }
-  error = VolumeAccessError::localVolumeNotAvailable;
-  return nullptr;
+  return VolumeAccessError::localVolumeNotAvailable;
 }
 
 std::optional<VolumeBookmark> CVDiskManager::bookmarkForGUIDString(std::string_view guidString) const {

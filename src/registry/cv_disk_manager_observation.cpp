@@ -50,7 +50,7 @@ void CVDiskManager::bindCallbacks() {
   ejectCallback_ = [this](const platform::DADiskRef& disk) { return ejectCallback(disk); };
 }
 
-void CVDiskManager::registerCallbacks() {
+void CVDiskManager::startObservation() {
   auto& da = *current().diskArbitration;
   registrations_ = {
       da.DARegisterDiskAppearedCallback(session_, std::nullopt, diskVolumeAppeared_),
@@ -65,7 +65,7 @@ void CVDiskManager::registerCallbacks() {
   da.DASessionSetDispatchQueue(session_, [queue](std::function<void()> block) { queue.async(std::move(block)); });
 }
 
-void CVDiskManager::unregisterCallbacks() {
+void CVDiskManager::stopObservation() {
   if (!session_) return;
   auto& da = *current().diskArbitration;
   std::map<std::string, Observer> observers;

@@ -24,8 +24,9 @@ std::optional<CVDiskVolumeMap> storedRegistry(const CVDiskManager& manager) {
 
 }  // namespace
 
-VolumeReferenceSet orphanedVolumeReferences(const CVDiskManager& manager, const VolumeReferenceSet& documentReferences) {
-  return knownVolumeReferences(manager).subtracting(documentReferences);
+VolumeReferenceSet orphanedVolumeReferences(const VolumeReferenceResolver& resolver,
+                                            const VolumeReferenceSet& documentReferences) {
+  return resolver.knownVolumeReferences().subtracting(documentReferences);
 }
 
 void pruneOrphanedVolumeReferences(std::ostream& out, CVDiskManager& manager, const VolumeReferenceSet& orphans) {

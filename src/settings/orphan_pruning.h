@@ -9,9 +9,12 @@
 #include "settings/settings_volume_reference.h"
 
 class CVDiskManager;
+class VolumeReferenceResolver;
 
-// knownVolumeReferences minus the documents' references, in registry order.
-VolumeReferenceSet orphanedVolumeReferences(const CVDiskManager& manager, const VolumeReferenceSet& documentReferences);
+// The resolver's known references minus the documents' references, in
+// registry order.
+VolumeReferenceSet orphanedVolumeReferences(const VolumeReferenceResolver& resolver,
+                                            const VolumeReferenceSet& documentReferences);
 
 // Removes every orphan's entry from the registry. Prints "Pruning orphaned
 // GUIDs" and one "Pruning GUID: …" line per orphan, in the set's order. The

@@ -11,16 +11,6 @@
 #include "registry/cv_disk_manager.h"
 #include "volumes/cv_disk_volume.h"
 
-std::string_view rawValue(Resolution resolution) {
-  switch (resolution) {
-    case Resolution::knownVolumeMatchesIdentity: return "GUID and Name map directly to volume";
-    case Resolution::knownVolumeMatchesName: return "Name matches another known volume that is available";
-    case Resolution::unknownVolumeGUID: return "GUID is not in registry";
-    case Resolution::unresolvable: return "No volume found by GUID or Name";
-  }
-  return "";
-}
-
 std::string_view caseName(Resolution resolution) {
   switch (resolution) {
     case Resolution::knownVolumeMatchesIdentity: return "knownVolumeMatchesIdentity";
@@ -29,14 +19,6 @@ std::string_view caseName(Resolution resolution) {
     case Resolution::unresolvable: return "unresolvable";
   }
   return "";
-}
-
-std::optional<Resolution> resolutionFromRawValue(std::string_view raw) {
-  for (auto resolution : {Resolution::knownVolumeMatchesIdentity, Resolution::knownVolumeMatchesName,
-                          Resolution::unknownVolumeGUID, Resolution::unresolvable}) {
-    if (rawValue(resolution) == raw) return resolution;
-  }
-  return std::nullopt;
 }
 
 bool operator==(const VolumeReferenceResolvable& a, const VolumeReferenceResolvable& b) {
@@ -61,28 +43,25 @@ std::string VolumeReferenceResolvable::description() const {
          (volume ? volume->description() : std::string()) + "\n\tMedia UUID: " + mediaUUID;
 }
 
-namespace {
-
 // The references of one state of the registry, with the GUIDs they hold and
 // their members by compared name.
-struct KnownReferences {
+struct VolumeReferenceResolver::Known {
   std::shared_ptr<const RegistrySnapshot> registry;
   VolumeReferenceSet set;
   std::set<platform::UUID> guids;
   std::unordered_map<std::string, std::vector<SettingsVolumeReference>> byName;
 };
 
-// Made from each read of the registry; the set of the last state read is
-// kept, so reads of an unchanged registry share it.
-std::shared_ptr<const KnownReferences> knownReferences(const CVDiskManager& manager) {
-  static std::mutex mutex;
-  static std::shared_ptr<const KnownReferences> last;
-  auto registry = manager.snapshot();
+VolumeReferenceResolver::VolumeReferenceResolver(const CVDiskManager& manager, VolumeContext volumes)
+    : manager_(manager), volumes_(std::move(volumes)) {}
+
+std::shared_ptr<const VolumeReferenceResolver::Known> VolumeReferenceResolver::known() const {
+  auto registry = manager_.snapshot();
   {
-    std::lock_guard lock(mutex);
-    if (last && last->registry == registry) return last;
+    std::lock_guard lock(mutex_);
+    if (last_ && last_->registry == registry) return last_;
   }
-  auto known = std::make_shared<KnownReferences>();
+  auto known = std::make_shared<Known>();
   const auto& names = registry->volumeNames();
   std::size_t position = 0;
   for (const auto& entry : registry->entries()) {
@@ -92,30 +71,24 @@ std::shared_ptr<const KnownReferences> knownReferences(const CVDiskManager& mana
     known->byName[reference->comparedName()].push_back(*reference);
   }
   known->registry = std::move(registry);
-  std::lock_guard lock(mutex);
-  last = known;
+  std::lock_guard lock(mutex_);
+  last_ = known;
   return known;
 }
 
-}  // namespace
+VolumeReferenceSet VolumeReferenceResolver::knownVolumeReferences() const { return known()->set; }
 
-VolumeReferenceSet knownVolumeReferences(const CVDiskManager& manager) { return knownReferences(manager)->set; }
-
-std::pair<CVDiskVolumeRef, Resolution> resolve(const SettingsVolumeReference& reference, const CVDiskManager& manager) {
-  auto volume = manager.volumeForGUID(reference.guid());
+std::pair<CVDiskVolumeRef, Resolution> VolumeReferenceResolver::resolve(const SettingsVolumeReference& reference) const {
+  auto volume = manager_.volumeForGUID(reference.guid(), volumes_);
   if (volume && namesAreEquivalent(volume->name(), reference.name()))
     return {volume, Resolution::knownVolumeMatchesIdentity};
-  if (!knownReferences(manager)->guids.contains(reference.guid())) return {volume, Resolution::unknownVolumeGUID};
+  if (!known()->guids.contains(reference.guid())) return {volume, Resolution::unknownVolumeGUID};
   // Anew: the registry may have changed since the test above.
-  auto known = knownReferences(manager);
-  if (auto named = known->byName.find(reference.comparedName()); named != known->byName.end()) {
+  auto current = known();
+  if (auto named = current->byName.find(reference.comparedName()); named != current->byName.end()) {
     for (const auto& member : named->second) {
-      if (auto found = manager.volumeForGUID(member.guid())) return {found, Resolution::knownVolumeMatchesName};
+      if (auto found = manager_.volumeForGUID(member.guid(), volumes_)) return {found, Resolution::knownVolumeMatchesName};
     }
   }
   return {nullptr, Resolution::unresolvable};
-}
-
-std::pair<CVDiskVolumeRef, Resolution> resolve(const SettingsVolumeReference& reference) {
-  return resolve(reference, CVDiskManager::sharedInstance());
 }

@@ -20,11 +20,6 @@ std::optional<platform::URL> findSettingsFolder() {
 
 }  // namespace
 
-SettingsManager& SettingsManager::sharedInstance() {
-  static SettingsManager* const instance = new SettingsManager(Passkey{});
-  return *instance;
-}
-
 std::shared_ptr<SettingsManager> SettingsManager::create() { return std::make_shared<SettingsManager>(Passkey{}); }
 
 SettingsManager::SettingsManager(Passkey) : settingsFolderURL_(findSettingsFolder()) {}

@@ -23,10 +23,8 @@ class SettingsManager {
   struct Passkey {};
 
  public:
-  // The one manager of the process, made at first use and never released.
-  static SettingsManager& sharedInstance();
-  // A manager of its own over the installed platform, for tests and tools
-  // that must not share the process-wide one.
+  // A manager over the installed platform; each run of the report makes
+  // its own, so nothing read in one run is seen by the next.
   static std::shared_ptr<SettingsManager> create();
 
   explicit SettingsManager(Passkey);

@@ -10,10 +10,6 @@ CVSharedExecutionQueue& CVSharedExecutionQueue::sharedInstance() {
   return *instance;
 }
 
-platform::DispatchQueue CVSharedExecutionQueue::addAncestorQueueWithLabel(std::string label) const {
-  return addAncestorQueue(std::move(label), platform::QualityOfService::Utility);
-}
-
 platform::DispatchQueue CVSharedExecutionQueue::addAncestorQueue(
     std::string label, platform::QualityOfService qos) const {
   return platform::DispatchQueue::serial(std::move(label), qos, executionQueue_);

@@ -16,8 +16,6 @@ class CVSharedExecutionQueue {
   // "com.tamarlin.corvane.transcript.EQ", unspecified quality, no target.
   const platform::DispatchQueue& executionQueue() const { return executionQueue_; }
 
-  // A new serial queue with utility quality of service that targets `executionQueue`.
-  platform::DispatchQueue addAncestorQueueWithLabel(std::string label) const;
   // A new serial queue with that quality of service that targets `executionQueue`.
   platform::DispatchQueue addAncestorQueue(std::string label, platform::QualityOfService qos) const;
 

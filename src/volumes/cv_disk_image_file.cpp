@@ -56,7 +56,8 @@ bool CVDiskImageFile::isWritable() const {
 std::optional<platform::Bytes> CVDiskImageFile::volumeIdentifier() const {
   auto url = path();
   if (!url) return std::nullopt;
-  auto value = resourceValue(*url, platform::NSURLVolumeIdentifierKey);
+  // Outside any run: a failed read gives absent and its text is dropped.
+  auto value = VolumeContext().resourceValue(*url, platform::NSURLVolumeIdentifierKey);
   if (!value || !value->data()) return std::nullopt;
   return *value->data();
 }

@@ -14,8 +14,6 @@
 #include "platform/workspace.h"
 #include "text/text.h"
 #include "volumes/disk_order_key.h"
-#include "volumes/media_walk.h"
-#include "volumes/resource_errors.h"
 #include "logging/log.h"
 
 using platform::current;
@@ -49,13 +47,14 @@ bool CVDiskVolumeSet::contains(const CVDiskVolume& volume) const {
 
 // ---- Construction ------------------------------------------------------------
 
-CVDiskVolume::CVDiskVolume(Passkey, platform::DADiskRef disk) : daDisk_(std::move(disk)) {}
+CVDiskVolume::CVDiskVolume(Passkey, platform::DADiskRef disk, VolumeContext context)
+    : daDisk_(std::move(disk)), context_(std::move(context)) {}
 
-CVDiskVolumeRef CVDiskVolume::initWithDADisk(platform::DADiskRef disk) {
-  return std::make_shared<CVDiskVolume>(Passkey{}, std::move(disk));
+CVDiskVolumeRef CVDiskVolume::initWithDADisk(platform::DADiskRef disk, VolumeContext context) {
+  return std::make_shared<CVDiskVolume>(Passkey{}, std::move(disk), std::move(context));
 }
 
-CVDiskVolumeRef CVDiskVolume::initWithVolumePath(const platform::URL& mountPoint) {
+CVDiskVolumeRef CVDiskVolume::initWithVolumePath(const platform::URL& mountPoint, VolumeContext context) {
   auto& da = *current().diskArbitration;
   auto session = da.DASessionCreate();
   if (!session) return nullptr;
@@ -65,10 +64,10 @@ CVDiskVolumeRef CVDiskVolume::initWithVolumePath(const platform::URL& mountPoint
                       ") returned nil");
     return nullptr;
   }
-  return initWithDADisk(std::move(disk));
+  return initWithDADisk(std::move(disk), std::move(context));
 }
 
-CVDiskVolumeRef CVDiskVolume::initWithBsdName(std::string_view bsdName) {
+CVDiskVolumeRef CVDiskVolume::initWithBsdName(std::string_view bsdName, VolumeContext context) {
   std::string devicePath(bsdName);
   if (!devicePath.starts_with("/dev/")) devicePath = "/dev/" + devicePath;
   if (!current().fileManager->fileExistsAtPath(devicePath)) return nullptr;
@@ -77,37 +76,39 @@ CVDiskVolumeRef CVDiskVolume::initWithBsdName(std::string_view bsdName) {
   if (!session) return nullptr;
   auto disk = da.DADiskCreateFromBSDName(session, bsdName);
   if (!disk) return nullptr;
-  return initWithDADisk(std::move(disk));
+  return initWithDADisk(std::move(disk), std::move(context));
 }
 
-CVDiskVolumeRef CVDiskVolume::initWithImagePath(const platform::URL& imagePath) {
+CVDiskVolumeRef CVDiskVolume::initWithImagePath(const platform::URL& imagePath, const VolumeContext& context) {
   const std::string wanted = standardizedPath(imagePath);
-  for (const auto& volume : localMountedVolumes()) {
+  for (const auto& volume : localMountedVolumes(context)) {
     auto image = volume->imagePath();
     if (!image || standardizedPath(*image) != wanted) continue;
-    if (auto system = volume->systemVolume()) return initWithDADisk(system->daDisk());
-    return initWithDADisk(volume->daDisk());
+    if (auto system = volume->systemVolume()) return initWithDADisk(system->daDisk(), context);
+    return initWithDADisk(volume->daDisk(), context);
   }
   return nullptr;
 }
 
-CVDiskVolumeRef CVDiskVolume::initWithVolumeUUID(const platform::UUID& uuid) {
-  auto walk = MediaWalk::current();
+CVDiskVolumeRef CVDiskVolume::initWithVolumeUUID(const platform::UUID& uuid, const VolumeContext& context) {
+  auto walk = context.mediaWalk();
   const auto* first = walk->firstWithVolumeUUID(uuid);
-  return first ? initWithDADisk(first->disk) : nullptr;
+  return first ? initWithDADisk(first->disk, context) : nullptr;
 }
 
-CVDiskVolumeRef CVDiskVolume::volumeFromItemPathWithItemURL(const platform::URL& itemURL) {
-  auto value = resourceValue(itemURL, platform::NSURLVolumeURLKey);
+CVDiskVolumeRef CVDiskVolume::volumeFromItemPathWithItemURL(const platform::URL& itemURL,
+                                                            const VolumeContext& context) {
+  auto value = context.resourceValue(itemURL, platform::NSURLVolumeURLKey);
   if (!value || !value->url()) return nullptr;
-  return initWithVolumePath(*value->url());
+  return initWithVolumePath(*value->url(), context);
 }
 
 // ---- Enumerations ------------------------------------------------------------
 
-CVDiskVolumeSet CVDiskVolume::allMediaVolumes() {
+CVDiskVolumeSet CVDiskVolume::allMediaVolumes(const VolumeContext& context) {
   CVDiskVolumeSet volumes;
-  for (const auto& entry : MediaWalk::current()->entries()) volumes.insert(initWithDADisk(entry.disk));
+  const auto walk = context.mediaWalk();
+  for (const auto& entry : walk->entries()) volumes.insert(initWithDADisk(entry.disk, context));
   return volumes;
 }
 
@@ -121,33 +122,34 @@ void sortByDiskOrder(std::vector<CVDiskVolumeRef>& volumes) {
   for (std::size_t i = 0; i < keyed.size(); ++i) volumes[i] = std::move(keyed[i].second);
 }
 
-std::vector<CVDiskVolumeRef> CVDiskVolume::localDisks() {
+std::vector<CVDiskVolumeRef> CVDiskVolume::localDisks(const VolumeContext& context) {
   std::vector<CVDiskVolumeRef> volumes;
-  for (const auto* entry : MediaWalk::current()->inDiskOrder()) volumes.push_back(initWithDADisk(entry->disk));
+  const auto walk = context.mediaWalk();
+  for (const auto* entry : walk->inDiskOrder()) volumes.push_back(initWithDADisk(entry->disk, context));
   return volumes;
 }
 
-std::vector<CVDiskVolumeRef> CVDiskVolume::localMountedVolumes() {
+std::vector<CVDiskVolumeRef> CVDiskVolume::localMountedVolumes(const VolumeContext& context) {
   std::vector<CVDiskVolumeRef> mounted;
-  for (auto& volume : localDisks()) {
+  for (auto& volume : localDisks(context)) {
     if (volume->isReady()) mounted.push_back(volume);
   }
   sortByDiskOrder(mounted);
   return mounted;
 }
 
-std::vector<CVDiskVolumeRef> CVDiskVolume::localBrowsableVolumes() {
+std::vector<CVDiskVolumeRef> CVDiskVolume::localBrowsableVolumes(const VolumeContext& context) {
   std::vector<CVDiskVolumeRef> browsable;
-  for (auto& volume : localMountedVolumes()) {
+  for (auto& volume : localMountedVolumes(context)) {
     if (volume->mountResourceFlag(platform::NSURLVolumeIsBrowsableKey)) browsable.push_back(volume);
   }
   sortByDiskOrder(browsable);
   return browsable;
 }
 
-std::vector<CVDiskVolumeRef> CVDiskVolume::localBrowsableCoalescedVolumes() {
+std::vector<CVDiskVolumeRef> CVDiskVolume::localBrowsableCoalescedVolumes(const VolumeContext& context) {
   std::vector<CVDiskVolumeRef> coalesced;
-  for (auto& volume : localBrowsableVolumes()) {
+  for (auto& volume : localBrowsableVolumes(context)) {
     if (volume->volumeRole() != VolumeRole::data) coalesced.push_back(volume);
   }
   return coalesced;
@@ -210,21 +212,10 @@ std::optional<bool> CVDiskVolume::ioBoolean(std::string_view key) const {
   return value->boolean();
 }
 
-std::optional<platform::Value> resourceValue(const platform::URL& url, std::string_view key) {
-  auto values = current().urlResources->resourceValuesForKeys(url, {std::string(key)});
-  if (!values) {
-    reportResourceError(values.error().localizedDescription);
-    return std::nullopt;
-  }
-  const auto* value = platform::lookup(*values, key);
-  if (!value) return std::nullopt;
-  return *value;
-}
-
 std::optional<platform::Value> CVDiskVolume::mountResource(std::string_view key) const {
   auto url = mountURL();
   if (!url) return std::nullopt;
-  return resourceValue(*url, key);
+  return context_.resourceValue(*url, key);
 }
 
 bool CVDiskVolume::mountResourceFlag(std::string_view key) const {
@@ -321,7 +312,7 @@ std::optional<platform::UUID> CVDiskVolume::volumeMediaUUID() const {
 std::optional<platform::Bytes> CVDiskVolume::volumeIdentifier() const {
   auto url = path();
   if (!url) return std::nullopt;
-  auto value = resourceValue(*url, platform::NSURLVolumeIdentifierKey);
+  auto value = context_.resourceValue(*url, platform::NSURLVolumeIdentifierKey);
   if (!value || !value->data()) return std::nullopt;
   return *value->data();
 }

@@ -21,6 +21,7 @@
 #include "volumes/cached.h"
 #include "volumes/cv_snapshot.h"
 #include "volumes/disk_protocols.h"
+#include "volumes/volume_context.h"
 #include "volumes/volume_role.h"
 
 class CVDiskVolume;
@@ -53,43 +54,47 @@ class CVDiskVolume final : public APFSVolume,
   struct Passkey {};
 
  public:
-  // Constructors. Each gives an empty pointer on failure.
+  // Constructors. Each gives an empty pointer on failure. The volume keeps
+  // `context` and hands it to the volumes it finds; the default context
+  // keeps no walk and drops read errors (see volumes/volume_context.h).
   // The object on a disk reference, all caches unset; never fails.
-  static CVDiskVolumeRef initWithDADisk(platform::DADiskRef disk);
+  static CVDiskVolumeRef initWithDADisk(platform::DADiskRef disk, VolumeContext context = {});
   // The volume mounted at a mount point. Logs a fault when no disk is there.
-  static CVDiskVolumeRef initWithVolumePath(const platform::URL& mountPoint);
+  static CVDiskVolumeRef initWithVolumePath(const platform::URL& mountPoint, VolumeContext context = {});
   // "disk3s1" or "/dev/disk3s1"; fails before asking Disk Arbitration when
   // the device file is gone.
-  static CVDiskVolumeRef initWithBsdName(std::string_view bsdName);
+  static CVDiskVolumeRef initWithBsdName(std::string_view bsdName, VolumeContext context = {});
   // The mounted volume of a disk image file; the system volume when the
   // image holds a system/data pair.
-  static CVDiskVolumeRef initWithImagePath(const platform::URL& imagePath);
+  static CVDiskVolumeRef initWithImagePath(const platform::URL& imagePath, const VolumeContext& context = {});
   // The first volume in disk order with that volume UUID.
-  static CVDiskVolumeRef initWithVolumeUUID(const platform::UUID& uuid);
+  static CVDiskVolumeRef initWithVolumeUUID(const platform::UUID& uuid, const VolumeContext& context = {});
   // The volume that holds an item, found through the item's volume URL.
-  static CVDiskVolumeRef volumeFromItemPathWithItemURL(const platform::URL& itemURL);
+  static CVDiskVolumeRef volumeFromItemPathWithItemURL(const platform::URL& itemURL,
+                                                       const VolumeContext& context = {});
 
   // Every IOMedia object of the I/O registry as a new volume, in no
-  // particular order; a media object that gives no disk is skipped. (The
-  // walk of the registry is kept while the disks don't change; the volumes
-  // are new every time.)
-  static CVDiskVolumeSet allMediaVolumes();
+  // particular order; a media object that gives no disk is skipped. The
+  // volumes are new every time, even where the context keeps the walk.
+  static CVDiskVolumeSet allMediaVolumes(const VolumeContext& context = {});
   // All media volumes in ascending disk order.
-  static std::vector<CVDiskVolumeRef> localDisks();
+  static std::vector<CVDiskVolumeRef> localDisks(const VolumeContext& context = {});
   // Of the local disks, those that are ready (mounted, mountable, present).
-  static std::vector<CVDiskVolumeRef> localMountedVolumes();
+  static std::vector<CVDiskVolumeRef> localMountedVolumes(const VolumeContext& context = {});
   // Of the mounted volumes, those the platform calls browsable.
-  static std::vector<CVDiskVolumeRef> localBrowsableVolumes();
+  static std::vector<CVDiskVolumeRef> localBrowsableVolumes(const VolumeContext& context = {});
   // Browsable volumes without the data volumes, so a system/data pair shows
   // once, under its system volume.
-  static std::vector<CVDiskVolumeRef> localBrowsableCoalescedVolumes();
+  static std::vector<CVDiskVolumeRef> localBrowsableCoalescedVolumes(const VolumeContext& context = {});
 
   // Use the factories; the passkey keeps construction inside this class.
-  CVDiskVolume(Passkey, platform::DADiskRef disk);
+  CVDiskVolume(Passkey, platform::DADiskRef disk, VolumeContext context);
   CVDiskVolume(const CVDiskVolume&) = delete;
   CVDiskVolume& operator=(const CVDiskVolume&) = delete;
 
   const platform::DADiskRef& daDisk() const { return daDisk_; }
+  // The context the volume was made with.
+  const VolumeContext& context() const { return context_; }
   // The Disk Arbitration description and the I/O registry properties of the
   // media object, each read once and kept; an absent answer stays cached.
   const platform::Dictionary* properties() const;
@@ -170,7 +175,6 @@ class CVDiskVolume final : public APFSVolume,
   std::optional<std::string> volumeFormatDescription() const;
   bool isAPFSFileSystem() const;
   bool isHFSFileSystem() const;
-  bool volumeSupportsHardLinks() const;
   bool volumeSupportsSparseFiles() const;
   bool isEncrypted() const;
   bool deviceIsInternal() const;
@@ -178,23 +182,22 @@ class CVDiskVolume final : public APFSVolume,
   std::optional<std::string> deviceProtocol() const;
 
   // Relations. `parent`, `children` and `siblings` are computed once and
-  // then frozen, an absent answer included; a write replaces the cache.
+  // then frozen, an absent answer included; `setParent` replaces the parent.
   CVDiskVolumeRef parent() const;
   void setParent(CVDiskVolumeRef parent);
   const std::optional<CVDiskVolumeSet>& children() const;
-  std::optional<CVDiskVolumeSet> siblings() const;
-  void setSiblings(std::optional<CVDiskVolumeSet> siblings);
+  const std::optional<CVDiskVolumeSet>& siblings() const;
   // The snapshot through which this volume group's system is mounted.
   CVDiskVolumeRef mountedSnapshotVolume() const;
 
   // The macOS version of a mounted system, "14.2.1" and "14.2.1 (23C71)".
   std::optional<std::string> volumeOperatingSystemExtendedString() const;
 
-  // Time Machine facts from tmutil, each asked once; a write replaces them.
+  // Time Machine facts from tmutil, each asked once; a write replaces the
+  // inclusion.
   bool volumeIsIncludedInTimeMachine() const;
   void setVolumeIsIncludedInTimeMachine(bool included);
-  std::vector<std::shared_ptr<CVSnapshot>> volumeLocalSnapshots() const;
-  void setVolumeLocalSnapshots(std::vector<std::shared_ptr<CVSnapshot>> snapshots);
+  const std::vector<std::shared_ptr<CVSnapshot>>& volumeLocalSnapshots() const;
 
   // Ascending disk order of the BSD names; equal keys are neither less nor
   // greater.
@@ -211,6 +214,7 @@ class CVDiskVolume final : public APFSVolume,
   CVDiskVolumeRef groupMemberWithRole(VolumeRole role) const;
 
   const platform::DADiskRef daDisk_;
+  const VolumeContext context_;
 
   // Facts of the description, which never changes for this object, are kept
   // beside it: the volume UUID and the hash are read in every comparison.
@@ -220,16 +224,11 @@ class CVDiskVolume final : public APFSVolume,
   Cached<std::uint64_t> hash_;
   Cached<std::optional<CVDiskVolumeSet>> children_;
   Replaceable<CVDiskVolumeRef> parent_;
-  Replaceable<std::optional<CVDiskVolumeSet>> siblings_;
+  Cached<std::optional<CVDiskVolumeSet>> siblings_;
   Replaceable<bool> volumeIsIncludedInTimeMachine_;
-  Replaceable<std::vector<std::shared_ptr<CVSnapshot>>> volumeLocalSnapshots_;
+  Cached<std::vector<std::shared_ptr<CVSnapshot>>> volumeLocalSnapshots_;
 };
 
 // Sorts volumes into ascending disk order, keeping the input order of equal
 // keys.
 void sortByDiskOrder(std::vector<CVDiskVolumeRef>& volumes);
-
-// One URL resource value; a read error gives absent and prints nothing here
-// (see volumes/resource_errors.h for where its text goes). Every resource
-// read of the volume model goes through this.
-std::optional<platform::Value> resourceValue(const platform::URL& url, std::string_view key);

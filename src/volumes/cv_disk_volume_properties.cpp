@@ -94,10 +94,6 @@ std::optional<std::int64_t> CVDiskVolume::volumeDirectoryCount() const {
 
 // ---- Capabilities ---------------------------------------------------------------
 
-bool CVDiskVolume::volumeSupportsHardLinks() const {
-  return mountResourceFlag(platform::NSURLVolumeSupportsHardLinksKey);
-}
-
 bool CVDiskVolume::volumeSupportsSparseFiles() const {
   return mountResourceFlag(platform::NSURLVolumeSupportsSparseFilesKey);
 }

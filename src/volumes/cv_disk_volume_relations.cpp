@@ -5,7 +5,6 @@
 #include "platform/disk_arbitration.h"
 #include "platform/platform.h"
 #include "volumes/cv_disk_volume.h"
-#include "volumes/media_walk.h"
 
 using platform::current;
 
@@ -45,7 +44,7 @@ CVDiskVolumeRef CVDiskVolume::parent() const {
   return parent_.get([&]() -> CVDiskVolumeRef {
     if (daFlag(platform::kDADiskDescriptionMediaWholeKey)) return nullptr;
     auto whole = current().diskArbitration->DADiskCopyWholeDisk(daDisk_);
-    return whole ? initWithDADisk(std::move(whole)) : nullptr;
+    return whole ? initWithDADisk(std::move(whole), context_) : nullptr;
   });
 }
 
@@ -56,17 +55,18 @@ const std::optional<CVDiskVolumeSet>& CVDiskVolume::children() const {
     if (!daFlag(platform::kDADiskDescriptionMediaWholeKey)) return std::nullopt;
     const auto ownName = bsdName();
     CVDiskVolumeSet found;
-    for (const auto* entry : MediaWalk::current()->inDiskOrder()) {
+    const auto walk = context_.mediaWalk();
+    for (const auto* entry : walk->inDiskOrder()) {
       // A volume without a parent has no parent name, which equals an absent
       // name of this disk.
-      if (sameName(entry->parentName, ownName)) found.insert(initWithDADisk(entry->disk));
+      if (sameName(entry->parentName, ownName)) found.insert(initWithDADisk(entry->disk, context_));
     }
     if (found.empty()) return std::nullopt;
     return found;
   });
 }
 
-std::optional<CVDiskVolumeSet> CVDiskVolume::siblings() const {
+const std::optional<CVDiskVolumeSet>& CVDiskVolume::siblings() const {
   return siblings_.get([&]() -> std::optional<CVDiskVolumeSet> {
     if (daFlag(platform::kDADiskDescriptionMediaWholeKey)) return std::nullopt;
     auto whole = parent();
@@ -81,12 +81,8 @@ std::optional<CVDiskVolumeSet> CVDiskVolume::siblings() const {
   });
 }
 
-void CVDiskVolume::setSiblings(std::optional<CVDiskVolumeSet> siblings) {
-  siblings_.set(std::move(siblings));
-}
-
 CVDiskVolumeRef CVDiskVolume::siblingWithRole(VolumeRole role) const {
-  auto others = siblings();
+  const auto& others = siblings();
   if (!others) return nullptr;
   for (const auto& sibling : *others) {
     if (sibling->volumeRole() == role) return sibling;
@@ -96,7 +92,7 @@ CVDiskVolumeRef CVDiskVolume::siblingWithRole(VolumeRole role) const {
 
 CVDiskVolumeRef CVDiskVolume::groupMemberWithRole(VolumeRole role) const {
   if (volumeRole() == role) return std::const_pointer_cast<CVDiskVolume>(shared_from_this());
-  auto others = siblings();
+  const auto& others = siblings();
   if (!others) return nullptr;
   const auto group = volumeGroupUUID();
   for (const auto& sibling : *others) {
@@ -129,5 +125,5 @@ CVDiskVolumeRef CVDiskVolume::mountedSnapshotVolume() const {
   auto mountedFrom = ioProperty("VolGroupMntFromName");
   if (!mountedFrom || !mountedFrom->string()) return nullptr;
   if (*mountedFrom->string() != "/dev/" + *systemName + "s1") return nullptr;
-  return initWithBsdName(*mountedFrom->string());
+  return initWithBsdName(*mountedFrom->string(), context_);
 }

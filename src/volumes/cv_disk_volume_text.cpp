@@ -49,7 +49,7 @@ std::string CVDiskVolume::info() const {
   std::string wholeName;
   std::string wholeMediaUUID;
   if (auto whole = current().diskArbitration->DADiskCopyWholeDisk(daDisk_)) {
-    auto wholeVolume = initWithDADisk(std::move(whole));
+    auto wholeVolume = initWithDADisk(std::move(whole), context_);
     wholeName = text(wholeVolume->bsdName());
     wholeMediaUUID = text(wholeVolume->daUUID(platform::kDADiskDescriptionMediaUUIDKey));
   }

@@ -16,7 +16,7 @@ void CVDiskVolume::setVolumeIsIncludedInTimeMachine(bool included) {
   volumeIsIncludedInTimeMachine_.set(included);
 }
 
-std::vector<std::shared_ptr<CVSnapshot>> CVDiskVolume::volumeLocalSnapshots() const {
+const std::vector<std::shared_ptr<CVSnapshot>>& CVDiskVolume::volumeLocalSnapshots() const {
   return volumeLocalSnapshots_.get([&] {
     std::vector<std::shared_ptr<CVSnapshot>> snapshots;
     auto mount = mountPath();
@@ -28,8 +28,4 @@ std::vector<std::shared_ptr<CVSnapshot>> CVDiskVolume::volumeLocalSnapshots() co
     }
     return snapshots;
   });
-}
-
-void CVDiskVolume::setVolumeLocalSnapshots(std::vector<std::shared_ptr<CVSnapshot>> snapshots) {
-  volumeLocalSnapshots_.set(std::move(snapshots));
 }

@@ -27,16 +27,17 @@ double nowSince1970() {
   return duration<double>(system_clock::now().time_since_epoch()).count();
 }
 
-bool readDigits(std::string_view text, std::size_t at, std::size_t count, int& out) {
-  if (at + count > text.size()) return false;
+// The number written by `count` decimal digits at `at`; nothing when the text
+// is shorter or holds anything else there.
+std::optional<int> readDigits(std::string_view text, std::size_t at, std::size_t count) {
+  if (at + count > text.size()) return std::nullopt;
   int value = 0;
   for (std::size_t i = at; i < at + count; ++i) {
     char c = text[i];
-    if (c < '0' || c > '9') return false;
+    if (c < '0' || c > '9') return std::nullopt;
     value = value * 10 + (c - '0');
   }
-  out = value;
-  return true;
+  return value;
 }
 
 }  // namespace
@@ -44,19 +45,16 @@ bool readDigits(std::string_view text, std::size_t at, std::size_t count, int& o
 std::optional<platform::Date> parseSnapshotTimestamp(std::string_view ts, long offsetSeconds) {
   // yyyy-MM-dd-HHmmss
   if (ts.size() != 17 || ts[4] != '-' || ts[7] != '-' || ts[10] != '-') return std::nullopt;
-  int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
-  if (!readDigits(ts, 0, 4, year) || !readDigits(ts, 5, 2, month) || !readDigits(ts, 8, 2, day) ||
-      !readDigits(ts, 11, 2, hour) || !readDigits(ts, 13, 2, minute) ||
-      !readDigits(ts, 15, 2, second)) {
-    return std::nullopt;
-  }
+  auto year = readDigits(ts, 0, 4), month = readDigits(ts, 5, 2), day = readDigits(ts, 8, 2);
+  auto hour = readDigits(ts, 11, 2), minute = readDigits(ts, 13, 2), second = readDigits(ts, 15, 2);
+  if (!year || !month || !day || !hour || !minute || !second) return std::nullopt;
   using namespace std::chrono;
-  year_month_day ymd{std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
-                     std::chrono::day(static_cast<unsigned>(day))};
-  if (!ymd.ok() || hour > 23 || minute > 59 || second > 59) return std::nullopt;
+  year_month_day ymd{std::chrono::year(*year), std::chrono::month(static_cast<unsigned>(*month)),
+                     std::chrono::day(static_cast<unsigned>(*day))};
+  if (!ymd.ok() || *hour > 23 || *minute > 59 || *second > 59) return std::nullopt;
   auto daysSince1970 = sys_days(ymd).time_since_epoch().count();
-  double seconds = static_cast<double>(daysSince1970) * 86400.0 + hour * 3600.0 + minute * 60.0 +
-                   second - static_cast<double>(offsetSeconds);
+  double seconds = static_cast<double>(daysSince1970) * 86400.0 + *hour * 3600.0 + *minute * 60.0 +
+                   *second - static_cast<double>(offsetSeconds);
   return platform::Date::fromSecondsSince1970(seconds);
 }
 
@@ -68,26 +66,6 @@ std::shared_ptr<CVSnapshot> CVSnapshot::make(std::string_view name) {
 }
 
 std::shared_ptr<CVSnapshot> CVSnapshot::makeNow() { return make("Now"); }
-
-std::string CVSnapshot::id() const {
-  std::lock_guard lock(mutex_);
-  return id_;
-}
-
-void CVSnapshot::setId(std::string id) {
-  std::lock_guard lock(mutex_);
-  id_ = std::move(id);
-}
-
-std::string CVSnapshot::ts() const {
-  std::lock_guard lock(mutex_);
-  return ts_;
-}
-
-void CVSnapshot::setTs(std::string ts) {
-  std::lock_guard lock(mutex_);
-  ts_ = std::move(ts);
-}
 
 std::optional<platform::Date> CVSnapshot::date() const {
   std::lock_guard lock(mutex_);

@@ -20,11 +20,9 @@ class CVSnapshot {
   static std::shared_ptr<CVSnapshot> makeNow();
 
   // The whole snapshot name.
-  std::string id() const;
-  void setId(std::string id);
+  const std::string& id() const { return id_; }
   // The time stamp text ("2023-05-01-101530"), or "Now".
-  std::string ts() const;
-  void setTs(std::string ts);
+  const std::string& ts() const { return ts_; }
 
   // The moment of the snapshot, read on first use in the zone offset that
   // the current time zone has at that moment; "Now" keeps the moment of its
@@ -44,9 +42,10 @@ class CVSnapshot {
  private:
   CVSnapshot(std::string id, std::string ts) : id_(std::move(id)), ts_(std::move(ts)) {}
 
+  const std::string id_;
+  const std::string ts_;
+  // Guards the date, worked out at its first read.
   mutable std::mutex mutex_;
-  std::string id_;
-  std::string ts_;
   mutable bool dateComputed_ = false;
   mutable std::optional<platform::Date> date_;
 };

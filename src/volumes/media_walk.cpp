@@ -1,7 +1,6 @@
 #include "volumes/media_walk.h"
 
 #include <algorithm>
-#include <mutex>
 #include <unordered_set>
 
 #include "platform/io_kit.h"
@@ -9,7 +8,7 @@
 #include "volumes/cv_disk_volume.h"
 #include "volumes/disk_order_key.h"
 
-std::shared_ptr<const MediaWalk> MediaWalk::walk() {
+std::shared_ptr<const MediaWalk> MediaWalk::make() {
   std::shared_ptr<MediaWalk> made(new MediaWalk);
   const auto& io = *platform::current().ioKit;
   auto& da = *platform::current().diskArbitration;
@@ -35,31 +34,6 @@ std::shared_ptr<const MediaWalk> MediaWalk::walk() {
   for (const auto& entry : made->entries_) keyed.emplace_back(diskOrderKeyOfOptional(entry.bsdName), &entry);
   std::stable_sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
   for (const auto& [key, entry] : keyed) made->inDiskOrder_.push_back(entry);
-  return made;
-}
-
-std::shared_ptr<const MediaWalk> MediaWalk::current() {
-  static std::mutex mutex;
-  // The Disk Arbitration the last walk was made on (weakly: a gone platform
-  // keeps its control block, so a new one never compares equal) and its
-  // generation then.
-  static std::weak_ptr<platform::DiskArbitration> walkedOn;
-  static std::uint64_t walkedGeneration = 0;
-  static std::shared_ptr<const MediaWalk> last;
-
-  const auto& da = platform::current().diskArbitration;
-  const auto generation = da->diskStateGeneration();
-  auto sameArbitration = [&] { return !walkedOn.owner_before(da) && !da.owner_before(walkedOn) && !walkedOn.expired(); };
-  {
-    std::lock_guard lock(mutex);
-    if (last && sameArbitration() && walkedGeneration == generation) return last;
-  }
-  // Walked outside the lock: reading the facts may take a while.
-  auto made = walk();
-  std::lock_guard lock(mutex);
-  last = made;
-  walkedOn = da;
-  walkedGeneration = generation;
   return made;
 }
 

@@ -2,11 +2,9 @@
 // One walk of the attached media: every IOMedia object of the I/O registry
 // that gives a disk, with the facts of its description that the enumerations
 // and the relations of volumes look up. Walking is the costly part of those
-// (a session, a disk and a description per media object), and a model of a
-// thousand volumes asks for it once per volume, so a walk is kept while Disk
-// Arbitration's disk state generation stays the same: the same media with the
-// same descriptions give the same answers. Volumes are always made fresh from
-// the walk's disks, so their own cached facts start unset as before.
+// (a session, a disk and a description per media object); a VolumeContext
+// keeps a walk while the disks stay as they were. Volumes are always made
+// fresh from the walk's disks, so their own cached facts start unset.
 
 #include <cstdint>
 #include <memory>
@@ -27,9 +25,8 @@ class MediaWalk {
     std::optional<std::string> parentName;
   };
 
-  // The walk of the disks as they are now: the last one while nothing has
-  // changed, else a new one.
-  static std::shared_ptr<const MediaWalk> current();
+  // A new walk of the disks as they are now.
+  static std::shared_ptr<const MediaWalk> make();
 
   // One entry per distinct volume (equal hashes count once, the first in
   // registry order stays), in registry order.
@@ -41,7 +38,6 @@ class MediaWalk {
 
  private:
   MediaWalk() = default;
-  static std::shared_ptr<const MediaWalk> walk();
 
   std::vector<Entry> entries_;
   std::vector<const Entry*> inDiskOrder_;

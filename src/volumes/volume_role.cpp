@@ -4,11 +4,6 @@
 #include <regex>
 #include <utility>
 
-std::optional<VolumeRole> volumeRoleFromRawValue(std::int64_t rawValue) {
-  if (rawValue < 0 || rawValue > 9) return std::nullopt;
-  return static_cast<VolumeRole>(rawValue);
-}
-
 std::string description(VolumeRole role) {
   switch (role) {
     case VolumeRole::preboot: return "Preboot";

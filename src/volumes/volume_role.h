@@ -1,6 +1,6 @@
 #pragma once
 // The part an APFS volume plays in its volume group. The raw values 0 to 9
-// are stable; any other raw value is no role.
+// are stable.
 
 #include <cstdint>
 #include <optional>
@@ -19,9 +19,6 @@ enum class VolumeRole : std::int64_t {
   mountedSystemSnapshot = 8,
   generic = 9,
 };
-
-// The role of a raw value, nothing outside 0 to 9.
-std::optional<VolumeRole> volumeRoleFromRawValue(std::int64_t rawValue);
 
 // The text the reports show ("Virtual Memory", "Time Machine", …).
 std::string description(VolumeRole role);

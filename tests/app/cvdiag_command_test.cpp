@@ -1,14 +1,18 @@
-// The CVDiag command in process: its flags, their inverse forms and the
-// version line of a sparse information dictionary.
+// The CVDiag command in process: its flags, their inverse forms, the
+// version line of a sparse information dictionary, and runs on two machines
+// in one process.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <regex>
 #include <sstream>
 
 #include "app/cv_diag.h"
-#include "app/sections.h"
 #include "platform/platform.h"
 #include "platform/machine/machine_platform.h"
+#include "registry/cv_disk_manager.h"
+#include "support/machine_builder.h"
 
 namespace {
 
@@ -52,9 +56,33 @@ TEST(VersionLine, MissingValuesAreEmptyAndThePunctuationStays) {
   platform::install(platform::machine::makeMachinePlatform(
       platform::machine::hostMachine(), {{"CurrentProjectVersion", "137"}, {"SourceVersion", platform::Value(7)}}));
   std::ostringstream out;
-  versionLine(out);
+  parseCVDiag({"--version"})->run(out, *CVDiskManager::create());
   EXPECT_TRUE(std::regex_match(out.str(), std::regex("Corvane Diagnostics version:  \\(137-\\), macOS [^\n]*\n\n")))
       << out.str();
+}
+
+// Each run reads its own documents, registry and disks: what one run has
+// read is never what the next run on another machine prints.
+TEST(CVDiagRun, RunsOnTwoMachinesInOneProcessShareNothing) {
+  auto command = parseCVDiag({"--settings-volumes"});
+  for (const char* name : {"all_discrete", "group_by_name", "all_discrete"}) {
+    testsupport::MachineBuilder machine("settings");
+    const auto overlay = std::filesystem::path(CVDIAG_TEST_MACHINES) / "settings_cases" / name;
+    std::filesystem::copy(overlay, machine.folder(),
+                          std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
+    // The documents' dates as the golden files have them (the host can't set a birth time).
+    auto json = nlohmann::json::parse(std::ifstream(machine.folder() / "machine.json"));
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(overlay)) {
+      if (entry.path().extension() != ".cvss") continue;
+      json["files"]["/" + entry.path().lexically_relative(overlay).string()] = {
+          {"created", {{"$date", "2025-03-01T09:30:00Z"}}}, {"modified", {{"$date", "2026-11-20T18:45:10Z"}}}};
+    }
+    machine.json(json);
+    auto platform = machine.install();
+    std::ostringstream out;
+    command->run(out, *CVDiskManager::create());
+    machine.expectGolden(std::string(name) + ".txt", out.str());
+  }
 }
 
 }  // namespace

@@ -153,11 +153,10 @@ TEST_F(CVDiskManagerTest, LooksUpRenamedReformattedUnmountedAndVanishedVolumes) 
            {"10000000-0000-4000-8000-0000000000FF", "", "", E::localVolumeNotAvailable}}) {
     auto found = manager->volumeForGUIDString(row.guid);
     EXPECT_EQ(found ? *found->bsdName() : "", row.found) << row.guid;
-    E error = E::localVolumeNotAvailable;
-    auto mounted = manager->mountedVolumeForGUIDString(row.guid, error);
-    EXPECT_EQ(mounted ? *mounted->bsdName() : "", row.mounted) << row.guid;
+    auto mounted = manager->mountedVolumeForGUIDString(row.guid);
+    EXPECT_EQ(mounted ? *mounted.value()->bsdName() : "", row.mounted) << row.guid;
     if (!mounted) {
-      EXPECT_EQ(description(error), description(row.error)) << row.guid;
+      EXPECT_EQ(description(mounted.error()), description(row.error)) << row.guid;
     }
   }
   EXPECT_EQ(manager->volumeName(renamed), "Old Name");
@@ -183,7 +182,8 @@ TEST_F(CVDiskManagerTest, ListsTheLocalDisksTheRegistryKnowsWithoutRegistering) 
                  {"10000000-0000-4000-8000-000000000002", blob("Macintosh HD - Data", kDataUUID)}});
   auto manager = CVDiskManager::create();
   std::ostringstream out;
-  resolvableGUIDsForLocalDisks(out, *manager);
+  ReportContext context(out, *manager);
+  resolvableGUIDsForLocalDisks(context);
   expectGolden("local_guids.txt", out.str());
   EXPECT_EQ(manager->map().size(), 2u);
 }

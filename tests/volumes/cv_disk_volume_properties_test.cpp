@@ -5,7 +5,6 @@
 
 #include "volumes/cv_disk_volume.h"
 #include "volumes/number_text.h"
-#include "volumes/resource_errors.h"
 #include "volumes/volume_machines.h"
 
 using namespace volumetest;
@@ -86,19 +85,19 @@ TEST_F(CVDiskVolumePropertiesTest, CapabilitiesThatAreAbsentOrNotBooleanAreOff) 
   EXPECT_FALSE(v->isBootVolume());
 }
 
-TEST_F(CVDiskVolumePropertiesTest, AFailedResourceReadPrintsItsReason) {
+TEST_F(CVDiskVolumePropertiesTest, AFailedResourceReadLeavesItsReasonInTheContext) {
   install("resource_error");
-  auto v = volume("disk4s1");
-  std::ostringstream report;
+  auto context = VolumeContext::keepingWalksAndErrors();
+  auto disks = CVDiskVolume::localDisks(context);
+  ASSERT_EQ(names(disks), std::vector<std::string>{"disk4s1"});
   testing::internal::CaptureStdout();
-  {
-    ResourceErrorReport errors(report);
-    EXPECT_FALSE(v->volumeFormatDescription());
-    EXPECT_EQ(v->volumeTotalCapacity(), 209715200);
-  }
-  EXPECT_FALSE(v->volumeIsJournaling());  // no report open: the text goes nowhere
+  EXPECT_FALSE(disks.front()->volumeFormatDescription());
+  EXPECT_EQ(disks.front()->volumeTotalCapacity(), 209715200);
+  // Each text once, in the order of the reads; taking them empties the sink.
+  EXPECT_EQ(context.takeResourceErrors(), "The volume is gone.\nThe volume is gone.\n");
+  EXPECT_EQ(context.takeResourceErrors(), "");
+  EXPECT_FALSE(volume("disk4s1")->volumeIsJournaling());  // no context: the text goes nowhere
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-  EXPECT_EQ(report.str(), "The volume is gone.\nThe volume is gone.\n");
 }
 
 TEST_F(CVDiskVolumePropertiesTest, MediaAndDeviceFacts) {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "app/sections.h"
+#include "registry/cv_disk_manager.h"
 #include "support/machine_builder.h"
 #include "volumes/cv_disk_volume.h"
 
@@ -47,12 +48,12 @@ TEST(VolumeReportsEmptyMachineTest, FailingRegistryOrSessionsLeaveTheHeadingsAlo
     testsupport::MachineBuilder machine(failure);
     machine.install();
     EXPECT_TRUE(CVDiskVolume::localDisks().empty()) << failure;
-    std::ostringstream catalogue;
-    catalogueReport(catalogue);
-    EXPECT_EQ(catalogue.str(), "Cataloging local disks and volumes\n\n") << failure;
-    std::ostringstream duplicates;
-    duplicateUUIDReport(duplicates);
-    EXPECT_EQ(duplicates.str(), "\nDuplicate Volume UUIDs\n[:]\n\n\n") << failure;
-    EXPECT_FALSE(rootOperatingSystemText()) << failure;
+    auto registry = CVDiskManager::create();
+    std::ostringstream out;
+    ReportContext context(out, *registry);
+    catalogueReport(context);
+    duplicateUUIDReport(context);
+    EXPECT_EQ(out.str(), "Cataloging local disks and volumes\n\n\nDuplicate Volume UUIDs\n[:]\n\n\n") << failure;
+    EXPECT_FALSE(rootOperatingSystemText(context.volumes())) << failure;
   }
 }

@@ -42,13 +42,4 @@ std::optional<CompletionShell> CompletionShell::fromShellVariable(
   return fromRawValue(last);
 }
 
-std::string CompletionShell::supportedShellList() {
-  std::string list;
-  for (const auto& shell : allCases()) {
-    if (!list.empty()) list += ", ";
-    list += shell.rawValue();
-  }
-  return list;
-}
-
 }  // namespace ArgumentParser

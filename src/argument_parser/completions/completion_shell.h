@@ -31,8 +31,6 @@ class CompletionShell {
       const EnvironmentReader& environment = processEnvironment);
   // The same rule for a given value of SHELL (absent: unset).
   static std::optional<CompletionShell> fromShellVariable(std::optional<std::string_view> value);
-  // The raw values of allCases joined by ", ": "zsh, bash, fish".
-  static std::string supportedShellList();
 
   Kind kind() const { return kind_; }
   std::string rawValue() const;

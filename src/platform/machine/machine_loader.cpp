@@ -365,8 +365,9 @@ std::variant<std::shared_ptr<const Machine>, std::string> loadMachine(
   if (size > kMaxMachineFileSize)
     return name + ": too large (" + std::to_string(size) + " bytes, at most " +
            std::to_string(kMaxMachineFileSize) + ")";
-  // Read straight into the text, sized by the file (and anything it has
-  // grown by since), not through a stream buffer and a copy of it.
+  // Read straight into one text sized by the file, so a large machine is
+  // held once while it is parsed; whatever the file has grown by since its
+  // size was taken is appended.
   std::string content(static_cast<std::size_t>(size), '\0');
   in.read(content.data(), static_cast<std::streamsize>(content.size()));
   content.resize(static_cast<std::size_t>(in.gcount()));
