@@ -633,7 +633,7 @@ void Importer::writeHome() {
       relative = "defaults/" + domain + ".plist";
       source = "defaults export " + domain + " -";
     } else {
-      for (const std::string place : {"/Library/Preferences/", "/Library/Containers/" + domain + "/Data/Library/Preferences/"}) {
+      for (const std::string& place : {std::string("/Library/Preferences/"), "/Library/Containers/" + domain + "/Data/Library/Preferences/"}) {
         if (relative.empty() && fs::exists(rec_ / ("home" + place + domain + ".plist"))) {
           relative = "home" + place + domain + ".plist";
           source = "~" + place + domain + ".plist";
