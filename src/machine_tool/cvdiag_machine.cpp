@@ -43,16 +43,18 @@ void CVDiagMachineImport::run() {
 CommandConfiguration CVDiagMachineCheck::configuration() {
   return {.commandName = "check",
           .abstract = "Check a machine folder",
-          .discussion = "Prints one line for each fault, naming the file and the key; the status is 1 when "
-                        "there is any."};
+          .discussion = "Prints one line for each fault of a damaged folder, naming the file and the key, "
+                        "then a line \"note: …\" for each answer that the recorded Mac did not have; the "
+                        "status is 1 when there is a fault."};
 }
 
 void CVDiagMachineCheck::declare(Declarations<CVDiagMachineCheck>& d) { d("folder", &CVDiagMachineCheck::folder); }
 
 void CVDiagMachineCheck::run() {
-  auto faults = machine_tool::checkMachineFolder(*folder);
-  for (const auto& line : faults) std::cout << line << "\n";
-  if (!faults.empty()) throw ExitCode::failure();
+  auto found = machine_tool::checkMachineFolder(*folder);
+  for (const auto& line : found.faults) std::cout << line << "\n";
+  for (const auto& line : found.notes) std::cout << "note: " << line << "\n";
+  if (!found.faults.empty()) throw ExitCode::failure();
 }
 
 CommandConfiguration CVDiagMachineDescribe::configuration() {

@@ -164,14 +164,49 @@ std::optional<Value> readPlist(const fs::path& folder, const std::string& relati
   return std::move(value).value();
 }
 
-void programFaults(const fs::path& folder, std::vector<std::string>& faults) {
+// How the recorded Mac answered the question of FILE (see the stub
+// programs): nothing when FILE holds a plain answer to be checked; otherwise
+// it was a fault or a note, and is counted there.
+bool answeredWithError(const fs::path& folder, const std::string& relative, CheckFindings& found) {
+  const fs::path file = folder / relative;
+  fs::path statusFile = file, errFile = file;
+  statusFile += ".status";
+  errFile += ".stderr";
+  std::error_code ec;
+  if (!fs::exists(statusFile, ec)) return false;
+  std::ifstream in(statusFile);
+  int status = -1;
+  std::string rest;
+  if (!(in >> status) || (in >> rest) || status < 0 || status > 255) {
+    found.faults.push_back(relative + ".status: expected the exit status, a number from 0 to 255");
+    return true;
+  }
+  if (status == 0) return false;
+  // What the Mac said: diskutil's error dictionary, else the first line on standard error.
+  std::string why;
+  if (fs::exists(file, ec) && fs::file_size(file, ec) > 0) {
+    auto value = platform::machine::readPropertyListFile(file);
+    const Dictionary* d = value ? value->dictionary() : nullptr;
+    const Value* message = d ? platform::lookup(*d, "ErrorMessage") : nullptr;
+    if (message && message->string()) why = *message->string();
+  }
+  std::ifstream err(errFile);
+  if (why.empty()) std::getline(err, why);
+  found.notes.push_back(relative + ": the Mac answered with status " + std::to_string(status) +
+                        (why.empty() ? "" : " (“" + why + "”)") + "; it is replayed so");
+  return true;
+}
+
+void programFaults(const fs::path& folder, CheckFindings& found) {
+  std::vector<std::string>& faults = found.faults;
   for (const char* program : {"usr/sbin/diskutil", "usr/bin/tmutil"}) {
     if (!fs::exists(folder / program)) faults.push_back(std::string(program) + ": missing; CVDiag cannot ask it");
     else if (access((folder / program).c_str(), X_OK) != 0) faults.push_back(std::string(program) + ": not executable");
   }
   const std::string d = "usr/sbin/diskutil.d";
   if (!fs::is_directory(folder / d)) return;  // another kind of program answers
-  if (auto list = readPlist(folder, d + "/list.plist", faults, true)) {
+  if (answeredWithError(folder, d + "/list.plist", found)) {
+  } else if (auto list = readPlist(folder, d + "/list.plist", faults, true)) {
     const Value* all = platform::lookup(*list->dictionary(), "AllDisks");
     if (!all || !all->array()) {
       faults.push_back(d + "/list.plist: AllDisks: missing or no array");
@@ -182,17 +217,20 @@ void programFaults(const fs::path& folder, std::vector<std::string>& faults) {
           continue;
         }
         const std::string info = d + "/info/" + *disk.string() + ".plist";
+        if (answeredWithError(folder, info, found)) continue;
         if (!fs::exists(folder / info)) faults.push_back(info + ": missing; AllDisks lists " + *disk.string());
         else readPlist(folder, info, faults, true);
       }
     }
   }
-  if (auto groups = readPlist(folder, d + "/apfs-listVolumeGroups.plist", faults, true)) {
+  if (answeredWithError(folder, d + "/apfs-listVolumeGroups.plist", found)) {
+  } else if (auto groups = readPlist(folder, d + "/apfs-listVolumeGroups.plist", faults, true)) {
     const Value* containers = platform::lookup(*groups->dictionary(), "Containers");
     if (!containers || !containers->array())
       faults.push_back(d + "/apfs-listVolumeGroups.plist: Containers: missing or no array");
   }
-  if (auto systems = readPlist(folder, d + "/listFileSystems.plist", faults, false); systems && !systems->array())
+  if (answeredWithError(folder, d + "/listFileSystems.plist", found)) {
+  } else if (auto systems = readPlist(folder, d + "/listFileSystems.plist", faults, false); systems && !systems->array())
     faults.push_back(d + "/listFileSystems.plist: expected an array at the top");
   std::ifstream mounts(folder / d / "mounts");
   int number = 0;
@@ -203,7 +241,8 @@ void programFaults(const fs::path& folder, std::vector<std::string>& faults) {
   }
 }
 
-void homeFaults(const Machine& machine, const fs::path& folder, std::vector<std::string>& faults) {
+void homeFaults(const Machine& machine, const fs::path& folder, CheckFindings& found) {
+  std::vector<std::string>& faults = found.faults;
   const std::string home = machine.home.substr(1);
   for (const char* domain : kDomains) {
     const std::string relative = home + "/Library/Preferences/" + domain + ".plist";
@@ -227,7 +266,13 @@ void homeFaults(const Machine& machine, const fs::path& folder, std::vector<std:
           std::span<const std::uint8_t>(bookmark.data()->data(), bookmark.data()->size()));
       const Dictionary* entry = decoded ? decoded->dictionary() : nullptr;
       const Value* url = entry ? platform::lookup(*entry, "NSURLBookmarkURL") : nullptr;
-      if (!entry)
+      const std::string_view bytes = bookmark.data()->asStringView();
+      const bool plistLike = bytes.rfind("bplist", 0) == 0 || bytes.find("<plist") != std::string_view::npos;
+      // The Mac's own opaque data is what import keeps where the Mac's bookmark
+      // resolution gave nothing; a broken property list is damage.
+      if (!entry && !plistLike)
+        found.notes.push_back(place + ": the Mac could not resolve this bookmark; CVDiag lists it as unreadable");
+      else if (!entry)
         faults.push_back(place + ": the bookmark is no property-list dictionary (an unreadable bookmark)");
       else if (url && !(url->string() && platform::URL::fromString(*url->string())))
         faults.push_back(place + ": NSURLBookmarkURL: expected the absolute text of a URL");
@@ -271,14 +316,15 @@ void systemVersionFaults(const Machine& machine, const fs::path& folder, std::ve
 
 }  // namespace
 
-std::vector<std::string> checkMachineFolder(const fs::path& folder) {
-  std::vector<std::string> faults;
+CheckFindings checkMachineFolder(const fs::path& folder) {
+  CheckFindings found;
+  std::vector<std::string>& faults = found.faults;
   auto loaded = platform::machine::loadMachine(folder);
   Machine fallback;
   const Machine* machine = &fallback;
   if (auto* error = std::get_if<std::string>(&loaded)) {
     std::error_code ec;
-    if (!fs::is_directory(folder, ec) || !fs::exists(folder / "machine.json", ec)) return {*error};
+    if (!fs::is_directory(folder, ec) || !fs::exists(folder / "machine.json", ec)) return {{*error}, {}};
     faults = machineFileFaults(folder, *error);
     // The rest of the folder is checked with the home that machine.json names, if any.
     std::ifstream in(folder / "machine.json", std::ios::binary);
@@ -292,10 +338,10 @@ std::vector<std::string> checkMachineFolder(const fs::path& folder) {
     mediaFaults(*machine, faults);
   }
   const Machine& machineRef = *machine;
-  programFaults(folder, faults);
-  homeFaults(machineRef, folder, faults);
+  programFaults(folder, found);
+  homeFaults(machineRef, folder, found);
   systemVersionFaults(machineRef, folder, faults);
-  return faults;
+  return found;
 }
 
 std::optional<std::string> describeMachineFolder(const fs::path& folder, std::ostream& out) {
@@ -355,6 +401,26 @@ std::optional<std::string> describeMachineFolder(const fs::path& folder, std::os
   std::sort(documents.begin(), documents.end());
   out << "Settings documents: " << documents.size() << "\n";
   for (const auto& line : documents) out << "  " << line << "\n";
+
+  // What an imported recording says of itself (machine.json "recording").
+  std::ifstream in(folder / "machine.json", std::ios::binary);
+  const auto document = nlohmann::json::parse(in, nullptr, false);
+  if (!document.is_object() || !document.contains("recording") || !document["recording"].is_object()) return std::nullopt;
+  const auto& recording = document["recording"];
+  auto texts = [&](const char* key, const char* heading) {
+    if (!recording.contains(key) || !recording[key].is_array()) return;
+    out << heading << "\n";
+    for (const auto& item : recording[key])
+      if (item.is_string()) out << "  - " << item.get<std::string>() << "\n";
+  };
+  if (recording.contains("recorded") && recording["recorded"].is_string())
+    out << "Recorded by cvdiag-record: " << recording["recorded"].get<std::string>() << "\n";
+  if (recording.contains("preferences") && recording["preferences"].is_object()) {
+    for (const auto& [domain, source] : recording["preferences"].items())
+      if (source.is_string()) out << "Preferences of " << domain << " from: " << source.get<std::string>() << "\n";
+  }
+  texts("holds", "The recording holds:");
+  texts("leavesOut", "It leaves out:");
   return std::nullopt;
 }
 

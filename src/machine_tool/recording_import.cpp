@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <limits>
 #include <map>
 #include <optional>
 #include <set>
@@ -36,7 +37,9 @@ using platform::Value;
 
 namespace {
 
-constexpr std::size_t kMaxTextFile = 4u << 20;
+// Captures are read whole, however large: a recording of a large Mac must not
+// lose facts to a limit.
+constexpr std::size_t kMaxTextFile = std::numeric_limits<std::size_t>::max();
 constexpr const char* kUnreadableFileError =
     "The file couldn’t be opened because you don’t have permission to view it.";
 
@@ -100,6 +103,51 @@ std::optional<std::int64_t> number(const Dictionary& d, std::string_view key) {
   return v && v->isNumber() ? v->asInt64() : std::nullopt;
 }
 
+// How a command answered on the Mac: cvdiag-record keeps its standard output
+// as FILE, its standard error as FILE.stderr and its exit status as
+// FILE.status (a recording of the first format has only FILE).
+struct Answer {
+  bool recorded = false;
+  int status = 0;
+  std::string why{};  // the first line of standard error, or of an error dictionary
+};
+
+Answer answerOf(const fs::path& file) {
+  Answer answer;
+  std::error_code ec;
+  fs::path status = file;
+  status += ".status";
+  fs::path err = file;
+  err += ".stderr";
+  answer.recorded = fs::exists(file, ec) || fs::exists(status, ec);
+  if (fs::exists(status, ec)) {
+    const std::string text = textFile(status);
+    char* end = nullptr;
+    long n = std::strtol(text.c_str(), &end, 10);
+    answer.status = end != text.c_str() && n >= 0 && n < 256 ? static_cast<int>(n) : 1;
+  }
+  auto first = lines(textFile(err));
+  if (!first.empty()) answer.why = first.front();
+  return answer;
+}
+
+// The dictionary that diskutil prints instead of an answer ("Error",
+// "ErrorMessage", "ExitCode"): its message, or nothing for any other value.
+std::optional<std::string> errorAnswer(const Value& value) {
+  const Dictionary* d = value.dictionary();
+  if (!d || !platform::lookup(*d, "Error") || !platform::lookup(*d, "ErrorMessage")) return std::nullopt;
+  const Value* message = platform::lookup(*d, "ErrorMessage");
+  return message->string() ? *message->string() : std::string();
+}
+
+// Reads a whole capture, as large as memory allows.
+platform::Result<Value> readCapture(const fs::path& path) {
+  auto bytes = platform::machine::readFileCapped(path, std::numeric_limits<std::size_t>::max());
+  if (!bytes) return bytes.error();
+  return platform::machine::decodePropertyList(
+      std::span<const std::uint8_t>(bytes->data(), bytes->size()));
+}
+
 // One disk as the recording knows it.
 struct Disk {
   std::string bsdName{};
@@ -119,6 +167,8 @@ class Importer {
 
  private:
   std::optional<Value> plist(const std::string& relative, bool required);
+  std::optional<Value> answerPlist(const std::string& relative, std::string* refused);
+  void copyAnswer(const fs::path& from, const fs::path& to);
   void readDisks();
   void readIORegistry();
   void readMounts();
@@ -127,6 +177,7 @@ class Importer {
   nlohmann::ordered_json volumeFacts(const Disk& disk);
   void writeAnswerFiles();
   void writeHome();
+  nlohmann::ordered_json recordingFacts();
   void problem(std::string line) { problems_.push_back(std::move(line)); }
 
   fs::path rec_;
@@ -137,6 +188,7 @@ class Importer {
   std::map<std::string, std::uint64_t> mountFlags_;  // mount point → statfs flags
   nlohmann::ordered_json files_ = nlohmann::ordered_json::object();
   std::vector<std::string> problems_;
+  nlohmann::ordered_json preferenceSources_ = nlohmann::ordered_json::object();
 };
 
 std::optional<Value> Importer::plist(const std::string& relative, bool required) {
@@ -146,12 +198,47 @@ std::optional<Value> Importer::plist(const std::string& relative, bool required)
     if (required) problem(relative + ": not in the recording");
     return std::nullopt;
   }
-  auto value = platform::machine::readPropertyListFile(path);
+  auto value = readCapture(path);
   if (!value) {
     problem(relative + ": no property list (" + value.error().localizedDescription + ")");
     return std::nullopt;
   }
   return std::move(value).value();
+}
+
+// A command's answer as a property list, or nothing when the command failed
+// or printed an error dictionary; `refused` then says why, in a few words.
+std::optional<Value> Importer::answerPlist(const std::string& relative, std::string* refused) {
+  const Answer answer = answerOf(rec_ / relative);
+  if (answer.status != 0) {
+    *refused = "status " + std::to_string(answer.status);
+    std::error_code ec;
+    if (fs::exists(rec_ / relative, ec)) {
+      if (auto value = readCapture(rec_ / relative); value) {
+        if (auto message = errorAnswer(*value)) *refused += ": " + *message;
+      }
+    }
+    if (refused->find(':') == std::string::npos && !answer.why.empty()) *refused += ": " + answer.why;
+    return std::nullopt;
+  }
+  auto value = plist(relative, false);
+  if (value) {
+    if (auto message = errorAnswer(*value)) {
+      *refused = "an error: " + *message;
+      return std::nullopt;
+    }
+  }
+  return value;
+}
+
+// A command's answer with its standard error and status beside it.
+void Importer::copyAnswer(const fs::path& from, const fs::path& to) {
+  for (const char* part : {"", ".stderr", ".status"}) {
+    fs::path source = from, target = to;
+    source += part;
+    target += part;
+    copyRecorded(source, target);
+  }
 }
 
 void Importer::readDisks() {
@@ -187,15 +274,19 @@ void Importer::readDisks() {
       }
       Disk disk{.bsdName = *name.string()};
       const std::string relative = "diskutil/info/" + disk.bsdName + ".plist";
-      const bool recorded = fs::exists(rec_ / relative);
-      if (auto info = plist(relative, false); info && info->dictionary()) {
+      const Answer answer = answerOf(rec_ / relative);
+      std::string refused;
+      auto info = answer.recorded ? answerPlist(relative, &refused) : std::nullopt;
+      if (info && info->dictionary()) {
         disk.info = *info->dictionary();
         disk.infoRecorded = true;
       } else if (auto it = byName.find(disk.bsdName); it != byName.end()) {
         disk.info = it->second;
         (*disk.info)["WholeDisk"] = disk.bsdName.find('s', 4) == std::string::npos;
-        problem(disk.bsdName + ": " + (recorded ? "diskutil info unusable" : "no diskutil info") +
-                "; Disk Arbitration facts from diskutil list alone");
+        const std::string why = !refused.empty() ? "diskutil info answered " + refused
+                                : answer.recorded ? "diskutil info unusable"
+                                                  : "no diskutil info";
+        problem(disk.bsdName + ": " + why + "; Disk Arbitration facts from diskutil list alone");
       } else {
         problem(disk.bsdName + ": no diskutil info, and diskutil list says nothing of it");
       }
@@ -205,7 +296,8 @@ void Importer::readDisks() {
       disks_.push_back(std::move(disk));
     }
   }
-  if (auto apfs = plist("diskutil/apfs-list.plist", false); apfs && apfs->dictionary()) {
+  std::string refused;
+  if (auto apfs = answerPlist("diskutil/apfs-list.plist", &refused); apfs && apfs->dictionary()) {
     const Value* containers = platform::lookup(*apfs->dictionary(), "Containers");
     for (const auto& c : containers && containers->array() ? *containers->array() : Array{}) {
       const Value* volumes = c.dictionary() ? platform::lookup(*c.dictionary(), "Volumes") : nullptr;
@@ -224,10 +316,16 @@ void Importer::readDisks() {
 // entries above it. An entry is a media object when it has a "BSD Name" text
 // and a "Whole" boolean, whatever its class (APFS volumes are subclasses).
 void Importer::readIORegistry() {
-  auto capture = plist("ioreg/media.plist", false);
+  std::string refused;
+  const Answer answer = answerOf(rec_ / "ioreg/media.plist");
+  auto capture = answer.recorded && answer.status == 0 && fs::file_size(rec_ / "ioreg/media.plist") > 0
+                     ? answerPlist("ioreg/media.plist", &refused)
+                     : std::nullopt;
   if (!capture) {
     problem(std::string("ioreg/media.plist: ") +
-            (fs::exists(rec_ / "ioreg/media.plist") ? "unusable" : "not in the recording") +
+            (answer.status != 0 ? "ioreg answered status " + std::to_string(answer.status)
+             : answer.recorded  ? "unusable"
+                                : "not in the recording") +
             "; the I/O registry facts come from diskutil alone");
     return;
   }
@@ -382,8 +480,14 @@ Dictionary Importer::description(const Disk& disk) {
 // The I/O registry entry as recorded; without one, the facts that CVDiag
 // reads, from diskutil.
 Dictionary Importer::registryFacts(const Disk& disk) {
-  if (disk.io) return *disk.io;
-  Dictionary io;
+  Dictionary io = disk.io ? *disk.io : Dictionary{};
+  // A CoreStorage logical volume, and its encryption, as diskutil tells them.
+  if (disk.info && disk.infoRecorded) {
+    if (!platform::lookup(io, "CoreStorage") && text(*disk.info, "CoreStorageLVUUID")) io["CoreStorage"] = true;
+    if (auto encrypted = boolean(*disk.info, "CoreStorageEncrypted"); encrypted && !platform::lookup(io, "CoreStorage Encrypted"))
+      io["CoreStorage Encrypted"] = *encrypted;
+  }
+  if (disk.io) return io;
   io["BSD Name"] = disk.bsdName;
   if (!disk.info) return io;
   if (auto whole = boolean(*disk.info, "WholeDisk")) io["Whole"] = *whole;
@@ -456,7 +560,7 @@ void Importer::writeAnswerFiles() {
   const fs::path diskutil = out_ / "usr/sbin/diskutil.d";
   fs::create_directories(diskutil / "info");
   for (const char* name : {"list.plist", "apfs-listVolumeGroups.plist", "listFileSystems.plist"}) {
-    if (fs::exists(rec_ / "diskutil" / name)) copyRecorded(rec_ / "diskutil" / name, diskutil / name);
+    if (answerOf(rec_ / "diskutil" / name).recorded) copyAnswer(rec_ / "diskutil" / name, diskutil / name);
     else problem(std::string("diskutil/") + name + ": not in the recording; diskutil will not answer that question");
   }
   std::string mounts;
@@ -469,9 +573,11 @@ void Importer::writeAnswerFiles() {
     if (!plain(disk.bsdName)) continue;
     mounts += disk.bsdName + "|" + mount + "|" + (mount.empty() || !name || !plain(*name) ? "" : *name) + "\n";
   }
+  // Every answer of diskutil info, also an error answer: the stub replays it.
   for (const auto& disk : disks_) {
-    if (!disk.infoRecorded) continue;
-    copyRecorded(rec_ / "diskutil/info" / (disk.bsdName + ".plist"), diskutil / "info" / (disk.bsdName + ".plist"));
+    const fs::path info = rec_ / "diskutil/info" / (disk.bsdName + ".plist");
+    if (isDiskName(disk.bsdName) && answerOf(info).recorded)
+      copyAnswer(info, diskutil / "info" / (disk.bsdName + ".plist"));
   }
   writeFile(diskutil / "mounts", mounts);
 
@@ -481,7 +587,17 @@ void Importer::writeAnswerFiles() {
   for (const auto& disk : disks_) {
     if (!disk.mountIndex) continue;
     const fs::path m = rec_ / "mounts" / std::to_string(disk.mountIndex);
-    if (!fs::exists(m / "isexcluded.txt")) {
+    std::string key = disk.mountPoint.size() > 1 && disk.mountPoint.back() == '/'
+                          ? disk.mountPoint.substr(0, disk.mountPoint.size() - 1)
+                          : disk.mountPoint;
+    std::replace(key.begin(), key.end(), '/', '_');
+    // The answers as the Mac gave them, which the stub replays.
+    for (const char* question : {"isexcluded", "listlocalsnapshots"}) {
+      const fs::path answer = m / (std::string(question) + ".txt");
+      if (answerOf(answer).recorded) copyAnswer(answer, tmutil / question / key);
+    }
+    const Answer excludedAnswer = answerOf(m / "isexcluded.txt");
+    if (!excludedAnswer.recorded || excludedAnswer.status != 0) {
       problem(disk.mountPoint + ": no answer of tmutil isexcluded; taken as included");
     } else {
       auto answer = lines(textFile(m / "isexcluded.txt"));
@@ -491,10 +607,6 @@ void Importer::writeAnswerFiles() {
     for (const auto& line : lines(textFile(m / "listlocalsnapshots.txt"))) {
       if (!line.empty() && line.rfind("Snapshots for ", 0) != 0) snapshots += line + "\n";
     }
-    std::string key = disk.mountPoint.size() > 1 && disk.mountPoint.back() == '/'
-                          ? disk.mountPoint.substr(0, disk.mountPoint.size() - 1)
-                          : disk.mountPoint;
-    std::replace(key.begin(), key.end(), '/', '_');
     if (!snapshots.empty()) writeFile(tmutil / "snapshots" / key, snapshots);
   }
   writeFile(tmutil / "excluded", excluded);
@@ -508,12 +620,29 @@ void Importer::writeAnswerFiles() {
 // Corvane's preferences with the registry's bookmarks re-encoded, and the
 // settings folder with its files' dates.
 void Importer::writeHome() {
-  const fs::path recordedPrefs = rec_ / "home/Library/Preferences";
   bool any = false;
   for (const std::string domain : {"com.tamarlin.Corvane", "com.tamarlin.Corvane!"}) {
-    const std::string relative = "home/Library/Preferences/" + domain + ".plist";
-    if (!fs::exists(rec_ / relative)) continue;
+    // The domain as the defaults system gave it when that held a key, else
+    // the file, else the file in the sandbox container.
+    std::string relative, source;
+    std::string refused;
+    auto exported = answerOf(rec_ / ("defaults/" + domain + ".plist")).status == 0
+                        ? answerPlist("defaults/" + domain + ".plist", &refused)
+                        : std::nullopt;
+    if (exported && exported->dictionary() && !exported->dictionary()->empty()) {
+      relative = "defaults/" + domain + ".plist";
+      source = "defaults export " + domain + " -";
+    } else {
+      for (const std::string& place : {std::string("/Library/Preferences/"), "/Library/Containers/" + domain + "/Data/Library/Preferences/"}) {
+        if (relative.empty() && fs::exists(rec_ / ("home" + place + domain + ".plist"))) {
+          relative = "home" + place + domain + ".plist";
+          source = "~" + place + domain + ".plist";
+        }
+      }
+    }
+    if (relative.empty()) continue;
     any = true;
+    preferenceSources_[domain] = source;
     auto prefs = plist(relative, true);
     const fs::path target = hostPath(out_, home_ + "/Library/Preferences/" + domain + ".plist");
     fs::create_directories(target.parent_path());
@@ -523,7 +652,9 @@ void Importer::writeHome() {
       continue;
     }
     Dictionary values = *prefs->dictionary();
-    auto resolved = plist("bookmarks/" + domain + ".plist", true);
+    std::string failed;
+    auto resolved = answerPlist("bookmarks/" + domain + ".plist", &failed);
+    if (!failed.empty()) problem("bookmarks/" + domain + ".plist: the bookmark step answered " + failed);
     const Dictionary* byGUID = resolved ? resolved->dictionary() : nullptr;
     const Value* registry = platform::lookup(values, "CVDiskKnownVolumes");
     if (registry && registry->dictionary()) {
@@ -584,6 +715,26 @@ void Importer::writeHome() {
     }
     files_[macBase + "/" + relative] = entry;
   }
+}
+
+// What the recording says of itself, kept in machine.json (CVDiag ignores
+// the key; describe prints it): when it was made, what it holds and leaves
+// out as the script told the user, and where Corvane's preferences came from.
+nlohmann::ordered_json Importer::recordingFacts() {
+  nlohmann::ordered_json facts = nlohmann::ordered_json::object();
+  for (const auto& line : lines(textFile(rec_ / "recording.txt"))) {
+    if (line.rfind("recorded ", 0) == 0) facts["recorded"] = line.substr(9);
+  }
+  std::string section;
+  for (const auto& line : lines(textFile(rec_ / "contents.txt"))) {
+    if (line == "It holds:") section = "holds";
+    else if (line == "It leaves out:") section = "leavesOut";
+    else if (section.empty() || line.size() < 5) continue;
+    else if (line.rfind("  - ", 0) == 0) facts[section].push_back(line.substr(4));
+    else if (facts.contains(section)) facts[section].back() = facts[section].back().get<std::string>() + " " + line.substr(4);
+  }
+  if (!preferenceSources_.empty()) facts["preferences"] = preferenceSources_;
+  return facts;
 }
 
 std::vector<std::string> Importer::run() {
@@ -660,10 +811,11 @@ std::vector<std::string> Importer::run() {
   writeAnswerFiles();
   writeHome();
   if (!files_.empty()) machine["files"] = files_;
+  machine["recording"] = recordingFacts();
   writeFile(out_ / "machine.json", machine.dump(2) + "\n");
 
   for (const auto& line : lines(textFile(rec_ / "manifest.txt")))
-    if (!line.empty()) problem("not recorded on the Mac: " + line);
+    if (!line.empty() && line.rfind("used ", 0) != 0) problem("not recorded on the Mac: " + line);
   return problems_;
 }
 
