@@ -234,7 +234,7 @@ class PageWriter {
     for (std::size_t i = 0; i < m_.references.size(); ++i) {
       const auto& ref = m_.references[i];
       if (ref.resolution == Resolution::knownVolumeMatchesIdentity) continue;
-      if (problems++ == kFoldRowsAbove / 4) continue;
+      if (problems++ >= kFoldRowsAbove / 4) continue;
       const bool bad = ref.resolution != Resolution::knownVolumeMatchesName;
       out_ << "<div class=\"" << (bad ? "bad" : "warn") << "\"><p><span class=\"res "
            << resolutionClass(ref.resolution) << "\">" << resolutionWords(ref.resolution) << "</span> "

@@ -20,9 +20,10 @@ class Facts(HTMLParser):
     def __init__(self):
         super().__init__(convert_charrefs=True)
         self.facts = {"volumes": [], "volume_guids": [], "detached": [], "orphans": [], "duplicate_uuids": [],
-                      "documents": [], "leaving": [], "report": None}
+                      "documents": [], "leaving": [], "report": None, "recorded": None, "not-recorded": None}
         self.stack = []      # (tag, attributes) of the open elements
         self.text = None     # where character data goes, when collected
+        self.collecting = ("td", None)  # the element whose text is collected, and its key
 
     def inside(self, tag, cls):
         return any(t == tag and cls in (a.get("class") or "").split() for t, a in self.stack)
@@ -51,9 +52,9 @@ class Facts(HTMLParser):
             f["documents"].append({"name": a["data-document"], "refs": []})
         if tag == "td" and "ref" in cls:
             f["documents"][-1]["refs"].append({k[5:]: v for k, v in a.items() if k.startswith("data-")})
-            self.text = []
-        if tag == "pre" and a.get("id") == "text-report":
-            self.text = []
+            self.text, self.collecting = [], ("td", None)
+        if a.get("id") in ("text-report", "recorded", "not-recorded"):
+            self.text, self.collecting = [], (tag, a["id"])
 
     def handle_endtag(self, tag):
         while self.stack:
@@ -63,8 +64,8 @@ class Facts(HTMLParser):
         if self.text is not None and tag == "td":
             self.facts["documents"][-1]["refs"][-1]["text"] = "".join(self.text)
             self.text = None
-        if self.text is not None and tag == "pre":
-            self.facts["report"] = "".join(self.text)
+        if self.text is not None and (tag, ) == self.collecting[:1]:
+            self.facts[self.collecting[1].replace("text-", "")] = "".join(self.text)
             self.text = None
 
     def handle_data(self, data):

@@ -206,3 +206,36 @@ TEST(ReportPageBrowser, ChromiumRendersTheDemoPageWithoutConsoleMessages) {
   EXPECT_GT(offBackground, 0.05) << "a blank picture";
   EXPECT_NE(render("fetching").find("cvdiag.invalid"), std::string::npos) << "a refused load went unnoticed";
 }
+
+// The header tells the recording's date and what it could not read, from the
+// files the folder keeps beside machine.json, and says so when it has none.
+TEST(ReportPageHeader, TellsWhatTheFolderKeepsOfItsRecording) {
+  struct Row {
+    std::map<std::string, std::string> files;
+    std::string recorded, notRecorded;
+  };
+  const Row rows[] = {
+      {{}, "not known: the folder names no recording date", "not known: the folder holds no manifest of its recording"},
+      {{{"recording.txt", "format 1\nhome /Users/ada\nrecorded 2026-11-23T101500Z\n"}, {"manifest.txt", ""}},
+       "2026-11-23T101500Z", "nothing: the recording read everything it looked for"},
+      {{{"manifest.txt", "diskutil apfs listVolumeGroups: exit 1\r\n/Users/ada/x.plist: Operation not permitted\n"}},
+       "not known: the folder names no recording date",
+       "diskutil apfs listVolumeGroups: exit 1/Users/ada/x.plist: Operation not permitted"},
+  };
+  for (const auto& row : rows) {
+    testsupport::MachineBuilder machine("settings");
+    for (const auto& [name, content] : row.files) std::ofstream(machine.folder() / name) << content;
+    auto written = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"report", machine.folder().string(), "-o", "-"});
+    ASSERT_EQ(written.status, 0) << written.err;
+    const fs::path page = machine.hostPath("/page.html");
+    std::ofstream(page) << written.out;
+    auto parsed = cvdiag_test::runProgram("/usr/bin/python3", {(kHere / "page_facts.py").string(), page.string()});
+    const auto facts = json::parse(parsed.out);
+    EXPECT_EQ(facts["recorded"], row.recorded);
+    EXPECT_EQ(facts["not-recorded"], row.notRecorded);
+  }
+  auto missing = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"report", "/nonexistent/machine"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.out, "");
+  EXPECT_EQ(std::count(missing.err.begin(), missing.err.end(), '\n'), 1) << missing.err;
+}
