@@ -17,7 +17,7 @@ CommandConfiguration CVDiagMachine::configuration() {
           .abstract = "Make, check, describe and map the machine folders that CVDiag reports on",
           .discussion = "A machine folder stands for a Mac: CVDIAG_MACHINE=FOLDER CVDiag --all-diagnostics "
                         "reports on it. cvdiag-record records a real Mac into one archive; import turns "
-                        "that archive into a machine folder.",
+                        "that archive into a machine folder; report draws one as an HTML page.",
           .ungroupedSubcommands = {typeOf<CVDiagMachineImport>(), typeOf<CVDiagMachineCheck>(),
                                    typeOf<CVDiagMachineDescribe>(), typeOf<CVDiagMachineReport>()}};
 }

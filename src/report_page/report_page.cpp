@@ -352,7 +352,7 @@ class PageWriter {
     const bool dup = isDuplicate(v);
     out_ << "<article class=\"volume " << stateClass(v.state) << (dup ? " dup" : "") << "\" id=\"v-" << esc(v.bsdName)
          << "\" data-bsd=\"" << esc(v.bsdName) << "\" data-state=\"" << stateClass(v.state) << "\" data-uuid=\""
-         << esc(v.volumeUUID.value_or("")) << "\">\n<h4><b class=\"mark\"></b>" << quotedName(v.name) << " <code>"
+         << esc(v.volumeUUID.value_or("")) << "\" title=\"" << esc(v.description) << "\">\n<h4><b class=\"mark\"></b>" << quotedName(v.name) << " <code>"
          << esc(v.bsdName) << "</code></h4>\n<div>" << stateWords(v.state);
     if (v.mountPath) out_ << " at <code>" << esc(*v.mountPath) << "</code>";
     out_ << "</div>\n<div>";

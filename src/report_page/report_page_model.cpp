@@ -142,13 +142,6 @@ void gatherSettings(ReportPageModel& model, CVDiskManager& manager, SettingsMana
 
 }  // namespace
 
-std::optional<std::size_t> ReportPageModel::volumeIndex(const std::string& bsdName) const {
-  for (std::size_t i = 0; i < volumes.size(); ++i) {
-    if (volumes[i].bsdName == bsdName) return i;
-  }
-  return std::nullopt;
-}
-
 ReportPageModel gatherReportPageModel(CVDiskManager& manager, SettingsManager& settings, RecordingFacts recording,
                                       std::string textReport) {
   ReportPageModel model;

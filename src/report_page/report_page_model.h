@@ -117,9 +117,6 @@ struct ReportPageModel {
   std::vector<SettingsVolumeReference> orphans;
   // The whole text of the report with every section.
   std::string textReport;
-
-  // The index of the volume with that BSD name.
-  std::optional<std::size_t> volumeIndex(const std::string& bsdName) const;
 };
 
 // Reads the attached disks, the registry and the settings on the installed
