@@ -92,7 +92,8 @@ class ReportPageTest : public ::testing::TestWithParam<Case> {
  protected:
   void SetUp() override {
     GetParam().make(machine);
-    page = machine.folder().parent_path() / (machine.folder().filename().string() + "-page.html");
+    page = machine.hostPath("/private/page.html");
+    fs::create_directories(page.parent_path());
     auto written = cvdiag_test::runProgram(CVDIAG_MACHINE_TOOL, {"report", machine.folder().string(), "-o", page.string()});
     ASSERT_EQ(written.status, 0) << written.err;
     EXPECT_EQ(written.out + written.err, "");
@@ -101,8 +102,6 @@ class ReportPageTest : public ::testing::TestWithParam<Case> {
     ASSERT_EQ(parsed.status, 0) << parsed.err;
     facts = json::parse(parsed.out);
   }
-  void TearDown() override { fs::remove(page); }
-
   testsupport::MachineBuilder machine;
   fs::path page;
   std::string report;
