@@ -322,13 +322,16 @@ class PageWriter {
     if (parts.empty()) parts.push_back(disk.whole);
     std::vector<double> sizes;
     double used = 0;
+    bool allSized = true;
     for (auto i : parts) {
+      allSized = allSized && m_.volumes[i].size.has_value();
       // The volumes of a container share its space: equal parts.
       double s = disk.isAPFSContainer ? 1.0 : static_cast<double>(m_.volumes[i].size.value_or(0));
       sizes.push_back(s);
       used += s;
     }
-    const bool withFree = !disk.isAPFSContainer && !disk.members.empty() && whole.size &&
+    // Space that no partition takes is drawn only when every size is known.
+    const bool withFree = !disk.isAPFSContainer && !disk.members.empty() && allSized && whole.size &&
                           used < 0.99 * static_cast<double>(*whole.size);
     if (withFree) sizes.push_back(static_cast<double>(*whole.size) - used);
     auto shares = barShares(sizes);
