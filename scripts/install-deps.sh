@@ -10,6 +10,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   bash zsh fish
   clang-14 libclang-rt-14-dev
+  chromium python3
 )
 
 missing=()

@@ -4,6 +4,7 @@
 #include <variant>
 
 #include "machine_tool/machine_check.h"
+#include "machine_tool/machine_report.h"
 #include "machine_tool/recording_import.h"
 
 using ArgumentParser::CommandConfiguration;
@@ -13,12 +14,12 @@ using ArgumentParser::typeOf;
 
 CommandConfiguration CVDiagMachine::configuration() {
   return {.commandName = "cvdiag-machine",
-          .abstract = "Make, check and describe the machine folders that CVDiag reports on",
+          .abstract = "Make, check, describe and map the machine folders that CVDiag reports on",
           .discussion = "A machine folder stands for a Mac: CVDIAG_MACHINE=FOLDER CVDiag --all-diagnostics "
                         "reports on it. cvdiag-record records a real Mac into one archive; import turns "
-                        "that archive into a machine folder.",
+                        "that archive into a machine folder; report draws one as an HTML page.",
           .ungroupedSubcommands = {typeOf<CVDiagMachineImport>(), typeOf<CVDiagMachineCheck>(),
-                                   typeOf<CVDiagMachineDescribe>()}};
+                                   typeOf<CVDiagMachineDescribe>(), typeOf<CVDiagMachineReport>()}};
 }
 
 CommandConfiguration CVDiagMachineImport::configuration() {
@@ -68,6 +69,27 @@ void CVDiagMachineDescribe::declare(Declarations<CVDiagMachineDescribe>& d) {
 
 void CVDiagMachineDescribe::run() {
   if (auto error = machine_tool::describeMachineFolder(*folder, std::cout)) {
+    std::cerr << "cvdiag-machine: " << *error << "\n";
+    throw ExitCode::failure();
+  }
+}
+
+CommandConfiguration CVDiagMachineReport::configuration() {
+  return {.commandName = "report",
+          .abstract = "Write one HTML page that maps a machine folder's disks, registry and settings",
+          .discussion = "The page shows each disk with its partitions and volumes, the registry GUIDs that stand "
+                        "for each volume (several flagged as duplicates), the registry entries of volumes that are "
+                        "not attached, each settings reference drawn to the volume it resolves to, the entries "
+                        "--prune-orphans would remove, and the whole text of CVDiag --all-diagnostics. It needs "
+                        "no network and reads fully with scripts off."};
+}
+
+void CVDiagMachineReport::declare(Declarations<CVDiagMachineReport>& d) {
+  d("folder", &CVDiagMachineReport::folder)("output", &CVDiagMachineReport::output);
+}
+
+void CVDiagMachineReport::run() {
+  if (auto error = machine_tool::writeMachineReport(*folder, output->value_or(""))) {
     std::cerr << "cvdiag-machine: " << *error << "\n";
     throw ExitCode::failure();
   }

@@ -1,8 +1,9 @@
 #pragma once
-// cvdiag-machine: makes, checks and summarises machine folders. Three
+// cvdiag-machine: makes, checks, summarises and maps machine folders. Four
 // subcommands; help, completions and the manual page come from the
 // command-line framework.
 
+#include <optional>
 #include <string>
 
 #include "argument_parser/argument_parser.h"
@@ -39,5 +40,18 @@ struct CVDiagMachineDescribe : ArgumentParser::ParsableCommand {
 
   static ArgumentParser::CommandConfiguration configuration();
   static void declare(ArgumentParser::Declarations<CVDiagMachineDescribe>& d);
+  void run() override;
+};
+
+struct CVDiagMachineReport : ArgumentParser::ParsableCommand {
+  ArgumentParser::Argument<std::string> folder{
+      {.help = {"The machine folder.", {}, "folder"}, .completion = ArgumentParser::CompletionKind::directory()}};
+  ArgumentParser::Option<std::optional<std::string>> output{
+      {.name = ArgumentParser::NameSpecification::shortAndLong(),
+       .help = {"Where to write the page; - for standard output. Default: <folder name>.html here.", {}, "file"},
+       .completion = ArgumentParser::CompletionKind::file({"html"})}};
+
+  static ArgumentParser::CommandConfiguration configuration();
+  static void declare(ArgumentParser::Declarations<CVDiagMachineReport>& d);
   void run() override;
 };

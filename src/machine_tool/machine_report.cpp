@@ -1,0 +1,81 @@
+#include "machine_tool/machine_report.h"
+
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <variant>
+
+#include "bundle_info.inc"
+#include "platform/machine/machine_platform.h"
+#include "registry/cv_disk_manager.h"
+#include "report_page/all_diagnostics_text.h"
+#include "report_page/report_page.h"
+#include "settings/settings_manager.h"
+
+namespace fs = std::filesystem;
+
+namespace machine_tool {
+
+namespace {
+
+std::optional<std::vector<std::string>> lines(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  if (!in) return std::nullopt;
+  std::vector<std::string> result;
+  for (std::string line; std::getline(in, line);) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (!line.empty()) result.push_back(line);
+  }
+  return result;
+}
+
+// The information dictionary CVDiag embeds, so that the version line of the
+// embedded report is CVDiag's own.
+platform::Dictionary bundleInfo() {
+  return {{"CFBundleShortVersionString", CVDIAG_SHORT_VERSION},
+          {"CurrentProjectVersion", CVDIAG_PROJECT_VERSION},
+          {"SourceVersion", CVDIAG_SOURCE_VERSION},
+          {"LSMinimumSystemVersion", CVDIAG_MINIMUM_SYSTEM_VERSION}};
+}
+
+}  // namespace
+
+RecordingFacts readRecordingFacts(const fs::path& folder) {
+  RecordingFacts facts;
+  std::error_code ec;
+  const fs::path absolute = fs::weakly_canonical(fs::absolute(folder, ec), ec);
+  facts.machineName = (absolute.has_filename() ? absolute : absolute.parent_path()).filename().string();
+  if (auto recording = lines(folder / "recording.txt")) {
+    for (const auto& line : *recording)
+      if (line.rfind("recorded ", 0) == 0) facts.recorded = line.substr(9);
+  }
+  facts.notRecorded = lines(folder / "manifest.txt");
+  return facts;
+}
+
+std::optional<std::string> writeMachineReport(const fs::path& folder, const std::string& output) {
+  auto loaded = platform::machine::loadMachine(folder);
+  if (auto* error = std::get_if<std::string>(&loaded)) return *error;
+  platform::install(platform::machine::makeMachinePlatform(
+      std::get<std::shared_ptr<const platform::machine::Machine>>(loaded), bundleInfo()));
+  auto facts = readRecordingFacts(folder);
+  const fs::path file = output.empty() ? fs::path(facts.machineName + ".html") : fs::path(output);
+
+  // The text report runs first, as CVDiag would, and the page reads the same
+  // registry and settings after it.
+  auto text = allDiagnosticsText();
+  auto model = gatherReportPageModel(CVDiskManager::sharedInstance(), SettingsManager::sharedInstance(),
+                                     std::move(facts), std::move(text));
+  if (output == "-") {
+    writeReportPage(model, std::cout);
+    std::cout.flush();
+    return std::cout ? std::nullopt : std::optional<std::string>("cannot write to standard output");
+  }
+  std::ofstream out(file, std::ios::binary | std::ios::trunc);
+  if (out) writeReportPage(model, out);
+  out.close();
+  if (!out) return file.string() + ": cannot write the page";
+  return std::nullopt;
+}
+
+}  // namespace machine_tool
