@@ -13,7 +13,7 @@ namespace ArgumentParser {
 
 // The words of a ParserError against the arguments of the failing command.
 struct ErrorMessageGenerator {
-  ArgumentSet arguments;
+  const ArgumentSet& arguments;  // a command's own set, not copied for each message
   ParserError error;
   // The error line without its label; nothing for the requests (help,
   // version, completion script, dump), which are no errors.

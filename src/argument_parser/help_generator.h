@@ -44,7 +44,7 @@ std::string label(const ArgumentDefinition& argument);
 
 struct UsageGenerator {
   std::string toolName;
-  ArgumentSet definition;
+  const ArgumentSet& definition;  // a command's own set, not copied for each message
   std::string synopsis() const;
 };
 
