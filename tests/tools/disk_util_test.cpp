@@ -75,8 +75,8 @@ const Case kCases[] = {
     {"NonZeroExitAfterValidOutput", [](auto& m) { wrapDiskutil(m, "\"$real\" \"$@\"\nexit 3"); }, "complete.txt", false},
     {"InfoWithDatesOfAnyYear",  // the platform's distant past and future, and 1904
      [](auto& m) {
-       edit(answers(m) / "info/disk2.plist", "<dict>", "<key>",
-            "<dict>\n\t<key>Created</key>\n\t<date>1904-01-01T00:00:00Z</date>\n\t<key>Expires</key>\n"
+       edit(answers(m) / "info/disk10.plist", "<dict>", "<key>",
+            "<dict>\n\t<key>Epoch</key>\n\t<date>1904-01-01T00:00:00Z</date>\n\t<key>Expires</key>\n"
             "\t<date>4001-01-01T00:00:00Z</date>\n\t<key>Since</key>\n\t<date>0001-01-01T00:00:00Z</date>\n\t");
      },
      "info_dates.txt", false},
