@@ -123,11 +123,11 @@ INSTANTIATE_TEST_SUITE_P(Machines, DiskUtilSectionTest, ::testing::ValuesIn(kCas
 // The platform's distant past and future, and 1904: each disk's info block prints, dates and all.
 TEST(DiskUtilSectionDatesTest, InfoWithDatesOfAnyYearPrintsItsBlock) {
   testsupport::MachineBuilder machine("diskutil_small");
-  edit(answers(machine) / "info/disk2.plist", "<dict>", "<key>",
-       "<dict>\n\t<key>Created</key>\n\t<date>1904-01-01T00:00:00Z</date>\n\t<key>Expires</key>\n"
+  edit(answers(machine) / "info/disk10.plist", "<dict>", "<key>",
+       "<dict>\n\t<key>Epoch</key>\n\t<date>1904-01-01T00:00:00Z</date>\n\t<key>Expires</key>\n"
        "\t<date>4001-01-01T00:00:00Z</date>\n\t<key>Since</key>\n\t<date>0001-01-01T00:00:00Z</date>\n\t");
   auto result = runSection(machine);
-  const auto from = result.out.find("device: disk2 ");
+  const auto from = result.out.find("device: disk10 ");
   ASSERT_NE(from, std::string::npos);
   machine.expectGolden("info_dates.txt", result.out.substr(from, result.out.find("\n>>>>", from) - from));
   EXPECT_EQ(result.status, 0);
