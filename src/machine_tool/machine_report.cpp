@@ -7,6 +7,7 @@
 
 #include "bundle_info.inc"
 #include "platform/machine/machine_platform.h"
+#include "app/report_context.h"
 #include "registry/cv_disk_manager.h"
 #include "report_page/all_diagnostics_text.h"
 #include "report_page/report_page.h"
@@ -64,8 +65,9 @@ std::optional<std::string> writeMachineReport(const fs::path& folder, const std:
   // The text report runs first, as CVDiag would, and the page reads the same
   // registry and settings after it.
   auto text = allDiagnosticsText();
-  auto model = gatherReportPageModel(CVDiskManager::sharedInstance(), SettingsManager::sharedInstance(),
-                                     std::move(facts), std::move(text));
+  std::ostringstream unused;
+  ReportContext context(unused, CVDiskManager::sharedInstance());
+  auto model = gatherReportPageModel(context, std::move(facts), std::move(text));
   if (output == "-") {
     writeReportPage(model, std::cout);
     std::cout.flush();

@@ -141,12 +141,7 @@ std::optional<std::string> errorAnswer(const Value& value) {
 }
 
 // Reads a whole capture, as large as memory allows.
-platform::Result<Value> readCapture(const fs::path& path) {
-  auto bytes = platform::machine::readFileCapped(path, std::numeric_limits<std::size_t>::max());
-  if (!bytes) return bytes.error();
-  return platform::machine::decodePropertyList(
-      std::span<const std::uint8_t>(bytes->data(), bytes->size()));
-}
+platform::Result<Value> readCapture(const fs::path& path) { return platform::machine::readPropertyListFile(path); }
 
 // One disk as the recording knows it.
 struct Disk {

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <unordered_map>
 
+#include "app/report_context.h"
 #include "platform/disk_arbitration.h"
 #include "platform/formatters.h"
 #include "registry/cv_disk_manager.h"
@@ -55,9 +56,9 @@ ReportPageVolume describe(const CVDiskVolume& volume) {
 
 bool isAPFSContainerScheme(const std::string& content) { return content == "EF57347C-0000-11AA-AA11-00306543ECAC"; }
 
-void gatherVolumes(ReportPageModel& model) {
-  for (const auto& volume : CVDiskVolume::localDisks()) model.volumes.push_back(describe(*volume));
-  if (auto root = CVDiskVolume::initWithVolumePath(platform::URL::fileURLWithPath("/", true)))
+void gatherVolumes(ReportPageModel& model, const VolumeContext& volumes) {
+  for (const auto& volume : CVDiskVolume::localDisks(volumes)) model.volumes.push_back(describe(*volume));
+  if (auto root = CVDiskVolume::initWithVolumePath(platform::URL::fileURLWithPath("/", true), volumes))
     model.macOSVersion = root->volumeOperatingSystemExtendedString();
 
   // Whole disks in disk order, each slice under the whole disk it names; a
@@ -105,12 +106,12 @@ void gatherRegistry(ReportPageModel& model, CVDiskManager& manager, const Volume
   }
 }
 
-void gatherSettings(ReportPageModel& model, CVDiskManager& manager, SettingsManager& settings,
+void gatherSettings(ReportPageModel& model, const VolumeReferenceResolver& resolver, SettingsManager& settings,
                     const VolumeReferenceSet& references) {
   std::unordered_map<std::string, std::size_t> volumeByBSDName;
   for (std::size_t i = 0; i < model.volumes.size(); ++i) volumeByBSDName.emplace(model.volumes[i].bsdName, i);
   for (const auto& reference : references) {
-    auto [volume, resolution] = resolve(reference, manager);
+    auto [volume, resolution] = resolver.resolve(reference);
     ReportPageReference item{reference, resolution, {}, {}};
     if (volume) {
       item.volumeDescription = volume->description();
@@ -142,17 +143,16 @@ void gatherSettings(ReportPageModel& model, CVDiskManager& manager, SettingsMana
 
 }  // namespace
 
-ReportPageModel gatherReportPageModel(CVDiskManager& manager, SettingsManager& settings, RecordingFacts recording,
-                                      std::string textReport) {
+ReportPageModel gatherReportPageModel(ReportContext& context, RecordingFacts recording, std::string textReport) {
   ReportPageModel model;
   model.recording = std::move(recording);
   model.textReport = std::move(textReport);
-  gatherVolumes(model);
+  gatherVolumes(model, context.volumes());
   std::ostringstream dropped;
-  const auto& references = settings.volumeReferences(dropped);
-  const auto orphans = orphanedVolumeReferences(manager, references);
+  const auto& references = context.settings().volumeReferences(dropped);
+  const auto orphans = orphanedVolumeReferences(context.resolver(), references);
   model.orphans.assign(orphans.begin(), orphans.end());
-  gatherRegistry(model, manager, orphans);
-  gatherSettings(model, manager, settings, references);
+  gatherRegistry(model, context.registry(), orphans);
+  gatherSettings(model, context.resolver(), context.settings(), references);
   return model;
 }

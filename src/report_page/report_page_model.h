@@ -17,8 +17,7 @@
 #include "settings/settings_volume_reference.h"
 #include "volumes/volume_role.h"
 
-class CVDiskManager;
-class SettingsManager;
+class ReportContext;
 
 // How a disk object stands: mounted (ready), mountable but not mounted, or
 // not mountable at all (a whole disk, a container, a partition map).
@@ -119,8 +118,7 @@ struct ReportPageModel {
   std::string textReport;
 };
 
-// Reads the attached disks, the registry and the settings on the installed
-// platform. Reading never writes; messages of the settings reader are dropped
-// here (the text report tells them).
-ReportPageModel gatherReportPageModel(CVDiskManager& manager, SettingsManager& settings, RecordingFacts recording,
-                                      std::string textReport);
+// Reads the attached disks, the registry and the settings through a report's
+// context, as the report's sections do. Reading never writes; messages of the
+// settings reader are dropped here (the text report tells them).
+ReportPageModel gatherReportPageModel(ReportContext& context, RecordingFacts recording, std::string textReport);

@@ -11,6 +11,16 @@
 #include "registry/cv_disk_manager.h"
 #include "volumes/cv_disk_volume.h"
 
+std::string_view rawValue(Resolution resolution) {
+  switch (resolution) {
+    case Resolution::knownVolumeMatchesIdentity: return "GUID and Name map directly to volume";
+    case Resolution::knownVolumeMatchesName: return "Name matches another known volume that is available";
+    case Resolution::unknownVolumeGUID: return "GUID is not in registry";
+    case Resolution::unresolvable: return "No volume found by GUID or Name";
+  }
+  return "";
+}
+
 std::string_view caseName(Resolution resolution) {
   switch (resolution) {
     case Resolution::knownVolumeMatchesIdentity: return "knownVolumeMatchesIdentity";

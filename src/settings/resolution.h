@@ -21,6 +21,8 @@ using CVDiskVolumeRef = std::shared_ptr<CVDiskVolume>;
 // The four outcomes, in order of precedence.
 enum class Resolution { knownVolumeMatchesIdentity, knownVolumeMatchesName, unknownVolumeGUID, unresolvable };
 
+// The case's raw value ("GUID is not in registry").
+std::string_view rawValue(Resolution resolution);
 // The case's own name ("knownVolumeMatchesName"), as the report shows it.
 std::string_view caseName(Resolution resolution);
 

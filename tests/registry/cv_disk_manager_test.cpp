@@ -233,7 +233,7 @@ TEST_F(CVDiskManagerTest, TheTablePadsAndCutsNamesByUTF16CodeUnitsAndTheDuplicat
   const CVDiskVolumeMap map{
       {guid(1), blob("Cafe\u0301", kBackupUUID)}, {guid(2), blob(emoji + " Photos", other)},
       {guid(3), blob(longName, shared)}, {guid(4), blob(std::string(44, 'b') + "\U0001F600", shared)},
-      {guid(5), blob({{"NSURLVolumeUUIDStringKey", shared}})}, {guid(6), Bytes::fromString("no bookmark")}};
+      {guid(5), bookmarkBlob({{"NSURLVolumeUUIDStringKey", shared}})}, {guid(6), Bytes::fromString("no bookmark")}};
   writeRegistry(map);
   auto manager = CVDiskManager::create();
   auto blanks = [](std::size_t count) { return std::string(count, ' '); };

@@ -238,7 +238,7 @@ TEST_F(SettingsMachine, APreferencesFileWithUnusualValuesKeepsItsRegistryAndThem
   document("Nightly.cvsp", session(guid(1), "Backup", kBad, ""));
   cvdiag_test::runProgram("/usr/bin/python3", {"-c", "import datetime,plistlib,sys\np=sys.argv[1]\nd=plistlib.load(open(p,'rb'))\n"
                                                       "d['Distant'],d['Big'],d['Nul'],d['Ref']=" + kUnusual + "\n"
-                                                      "plistlib.dump(d,open(p,'wb'),fmt=plistlib.FMT_BINARY)", host(kDomain).string()});
+                                                      "plistlib.dump(d,open(p,'wb'),fmt=plistlib.FMT_BINARY)", machine.hostPath(kDomain).string()});
   machine.expectGolden("unusual_registry.txt", cvdiag_test::withoutVolatileParts(run({"--volume-registry"}).out));
   machine.expectGolden("unusual_prune.txt", run({"--settings-volumes", "--prune-orphans"}).out);
   EXPECT_EQ(domainSeenByPython(), guid(1) + "\n[" + kUnusualSeen + "('SUOtherKey', 'kept')]\n");
@@ -246,7 +246,7 @@ TEST_F(SettingsMachine, APreferencesFileWithUnusualValuesKeepsItsRegistryAndThem
 
 TEST_F(SettingsMachine, ADocumentWithUnusualValuesInKeysTheReportIgnoresIsReadAndItsVolumeKept) {
   registry({{guid(1), "Backup", uuid('B', 1)}, {guid(7), "Old", uuid('C', 7)}});
-  const auto path = host(kSettings + "/Nightly.cvsp/Session Settings.cvss");
+  const auto path = machine.hostPath(kSettings + "/Nightly.cvsp/Session Settings.cvss");
   std::filesystem::create_directories(path.parent_path());
   documents.push_back(kSettings + "/Nightly.cvsp/Session Settings.cvss");
   // A version of 2^63 is no signed integer: the report shows none.
