@@ -1,8 +1,7 @@
 # The arrows between the libraries point downwards. Text depends on nothing
 # of the tool; the command-line framework and the platform headers on text
 # alone; the logic on those three, but only the command (src/app) on the
-# framework (the rest may use the report's print operation, app/print.h;
-# the report page, a second renderer, stands above the command),
+# framework (the report page, a second renderer, stands above the command),
 # and nothing of it on the machine-folder implementation, which it reaches
 # through the platform headers (platform/*.h) only.
 #
@@ -28,7 +27,7 @@ function(cvdiag_check_layering sources)
     elseif(file MATCHES "/src/app/" OR file MATCHES "/src/report_page/")
       set(allowed "[a-z_]+")
     else()
-      set(allowed "app/print\\.h|logging|platform|registry|settings|text|tools|volumes")
+      set(allowed "logging|platform|registry|settings|text|tools|volumes")
     endif()
     file(STRINGS "${file}" includes REGEX "^#include \"[a-z_]+/")
     foreach(line IN LISTS includes)

@@ -10,7 +10,7 @@
 #include "app/sections.h"
 #include "platform/formatters.h"
 #include "registry/cv_disk_manager.h"
-#include "settings/orphan_pruning.h"
+#include "app/orphan_pruning.h"
 #include "settings/resolution.h"
 #include "settings/settings_manager.h"
 #include "volumes/cv_disk_volume.h"

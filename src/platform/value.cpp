@@ -103,11 +103,6 @@ std::string URL::path() const {
   return p;
 }
 
-bool URL::hasDirectoryPath() const {
-  auto p = encodedPathOf(text_);
-  return !p.empty() && p.back() == '/';
-}
-
 URL URL::appendingPathComponent(std::string_view component, bool isDirectory) const {
   std::string p = pathWithTrailingSlash();
   if (p.empty() || p.back() != '/') p.push_back('/');

@@ -38,7 +38,6 @@ class URL {
   std::string path() const;
   // The decoded path as the URL has it, trailing "/" included.
   std::string pathWithTrailingSlash() const;
-  bool hasDirectoryPath() const;
   // A file URL of this path with one component added; "/" between them.
   URL appendingPathComponent(std::string_view component, bool isDirectory) const;
   // The last path component, decoded ("" for "/").

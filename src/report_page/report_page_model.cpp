@@ -11,7 +11,7 @@
 #include "platform/disk_arbitration.h"
 #include "platform/formatters.h"
 #include "registry/cv_disk_manager.h"
-#include "settings/orphan_pruning.h"
+#include "app/orphan_pruning.h"
 #include "settings/settings_manager.h"
 #include "volumes/cv_disk_volume.h"
 

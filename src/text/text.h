@@ -11,7 +11,9 @@
 // otherwise.
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -72,5 +74,20 @@ std::string uppercased(std::string_view text);
 // canonically equivalent texts are equal byte for byte. Text that is not
 // UTF-8 comes back unchanged.
 std::string canonicalDecomposition(std::string_view text);
+
+// Whether every byte of `text` is below 0x80.
+bool isASCII(std::string_view text);
+
+// Appends the UTF-8 form of a code point; false for a surrogate or a value
+// above U+10FFFF.
+bool appendCodePoint(std::string& out, std::uint32_t codePoint);
+
+// The UTF-8 text of the UTF-16 code units stored big-endian in `bytes`;
+// nothing when a surrogate is unpaired.
+std::optional<std::string> utf8FromUTF16BE(std::span<const std::uint8_t> bytes);
+
+// Appends the UTF-16 big-endian form of well-formed UTF-8 text and gives the
+// number of code units written.
+std::size_t appendUTF16BE(std::string& out, std::string_view utf8);
 
 }  // namespace text

@@ -9,7 +9,7 @@
 #include "platform/formatters.h"
 #include "platform/platform.h"
 #include "tools/task_shell.h"
-#include "volumes/disk_order_key.h"
+#include "tools/disk_order_key.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include "platform/url_resources.h"
 #include "platform/workspace.h"
 #include "text/text.h"
-#include "volumes/disk_order_key.h"
+#include "tools/disk_order_key.h"
 #include "logging/log.h"
 
 using platform::current;

@@ -6,7 +6,7 @@
 #include "platform/io_kit.h"
 #include "platform/platform.h"
 #include "volumes/cv_disk_volume.h"
-#include "volumes/disk_order_key.h"
+#include "tools/disk_order_key.h"
 
 std::shared_ptr<const MediaWalk> MediaWalk::make() {
   std::shared_ptr<MediaWalk> made(new MediaWalk);

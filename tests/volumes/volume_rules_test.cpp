@@ -1,6 +1,6 @@
 // The naming, ordering and parsing rules the volume model is built on.
 #include "volumes/cv_snapshot.h"
-#include "volumes/disk_order_key.h"
+#include "tools/disk_order_key.h"
 #include "volumes/operating_system_version.h"
 #include "volumes/volume_format.h"
 #include "volumes/volume_role.h"

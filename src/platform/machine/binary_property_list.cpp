@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "platform/machine/property_list_forms.h"
-#include "platform/machine/unicode_text.h"
+#include "text/text.h"
 #include "platform/property_list_serialization.h"
 
 namespace platform::machine {
@@ -187,12 +187,12 @@ class BinaryReader {
     if (o.kind == kASCII) {
       if (!fits(o.content, o.length) || !spendText(o.length)) return std::nullopt;
       std::string text(reinterpret_cast<const char*>(b_.data()) + o.content, static_cast<std::size_t>(o.length));
-      if (!isASCII(text)) return std::nullopt;
+      if (!::text::isASCII(text)) return std::nullopt;
       return text;
     }
     if (o.kind == kUTF16) {
       if (o.length > table_ / 2 || !fits(o.content, o.length * 2) || !spendText(o.length * 2)) return std::nullopt;
-      return utf8FromUTF16BE(b_.subspan(o.content, static_cast<std::size_t>(o.length * 2)));
+      return ::text::utf8FromUTF16BE(b_.subspan(o.content, static_cast<std::size_t>(o.length * 2)));
     }
     return std::nullopt;
   }
@@ -316,14 +316,14 @@ void appendReal(std::string& out, std::uint8_t marker, double d) {
 }
 
 std::optional<std::string> encodeText(std::string_view text) {
-  if (!isValidUTF8(text)) return std::nullopt;
+  if (!::text::isValidUTF8(text)) return std::nullopt;
   std::string out;
-  if (isASCII(text)) {
+  if (::text::isASCII(text)) {
     appendHeader(out, kASCII, text.size());
     out.append(text);
   } else {
     std::string units;
-    const std::size_t n = appendUTF16BE(units, text);
+    const std::size_t n = ::text::appendUTF16BE(units, text);
     appendHeader(out, kUTF16, n);
     out += units;
   }

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "platform/machine/property_list_forms.h"
-#include "platform/machine/unicode_text.h"
+#include "text/text.h"
 #include "platform/property_list_serialization.h"
 
 namespace platform::machine {
@@ -294,7 +294,7 @@ class XMLReader {
       } else {
         auto tag = readTag();
         if (!tag || !tag->closing || tag->name != name) return std::nullopt;
-        if (!isValidUTF8(out)) return std::nullopt;
+        if (!::text::isValidUTF8(out)) return std::nullopt;
         return out;
       }
     }
@@ -321,7 +321,7 @@ class XMLReader {
       p_ = next + 1;
       *code = 0x10000 + ((*code - 0xD800) << 10) + (*low - 0xDC00);
     }
-    return appendCodePoint(out, *code);
+    return ::text::appendCodePoint(out, *code);
   }
 
   static std::optional<std::uint32_t> characterReference(std::string_view name) {
@@ -519,7 +519,7 @@ class XMLWriter {
   }
 
   std::optional<Error> text(std::string_view name, std::string_view s, std::size_t depth) {
-    if (!isValidUTF8(s)) return propertyListWriteError("text that is not UTF-8");
+    if (!::text::isValidUTF8(s)) return propertyListWriteError("text that is not UTF-8");
     return element(name, s, depth);
   }
 

@@ -1,4 +1,4 @@
-#include "volumes/disk_order_key.h"
+#include "tools/disk_order_key.h"
 
 #include <cmath>
 #include <cstdlib>

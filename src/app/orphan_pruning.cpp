@@ -1,4 +1,4 @@
-#include "settings/orphan_pruning.h"
+#include "app/orphan_pruning.h"
 
 #include "app/print.h"
 #include "registry/cv_disk_manager.h"
