@@ -5,6 +5,8 @@
 #include <sstream>
 #include <variant>
 
+#include <nlohmann/json.hpp>
+
 #include "bundle_info.inc"
 #include "platform/machine/machine_platform.h"
 #include "app/report_context.h"
@@ -51,6 +53,18 @@ RecordingFacts readRecordingFacts(const fs::path& folder) {
       if (line.rfind("recorded ", 0) == 0) facts.recorded = line.substr(9);
   }
   facts.notRecorded = lines(folder / "manifest.txt");
+  // An imported recording keeps both in machine.json.
+  std::ifstream json(folder / "machine.json", std::ios::binary);
+  const auto document = nlohmann::json::parse(json, nullptr, false);
+  if (!document.is_object() || !document.contains("recording") || !document["recording"].is_object()) return facts;
+  const auto& recording = document["recording"];
+  if (!facts.recorded && recording.contains("recorded") && recording["recorded"].is_string())
+    facts.recorded = recording["recorded"].get<std::string>();
+  if (!facts.notRecorded && recording.contains("lacked") && recording["lacked"].is_array()) {
+    facts.notRecorded.emplace();
+    for (const auto& line : recording["lacked"])
+      if (line.is_string()) facts.notRecorded->push_back(line.get<std::string>());
+  }
   return facts;
 }
 

@@ -729,6 +729,12 @@ nlohmann::ordered_json Importer::recordingFacts() {
     else if (facts.contains(section)) facts[section].back() = facts[section].back().get<std::string>() + " " + line.substr(4);
   }
   if (!preferenceSources_.empty()) facts["preferences"] = preferenceSources_;
+  // What the Mac could not answer, as the manifest lists it.
+  if (fs::exists(rec_ / "manifest.txt")) {
+    facts["lacked"] = nlohmann::ordered_json::array();
+    for (const auto& line : lines(textFile(rec_ / "manifest.txt")))
+      if (!line.empty() && line.rfind("used ", 0) != 0) facts["lacked"].push_back(line);
+  }
   return facts;
 }
 
