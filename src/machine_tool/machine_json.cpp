@@ -4,23 +4,9 @@
 #include <cstdio>
 #include <ctime>
 
-namespace machine_tool {
+#include "platform/machine/base64.h"
 
-std::string base64(const platform::Bytes& bytes) {
-  static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string out;
-  const auto& b = bytes.bytes();
-  for (std::size_t i = 0; i < b.size(); i += 3) {
-    std::uint32_t n = std::uint32_t(b[i]) << 16;
-    if (i + 1 < b.size()) n |= std::uint32_t(b[i + 1]) << 8;
-    if (i + 2 < b.size()) n |= b[i + 2];
-    out += kAlphabet[(n >> 18) & 63];
-    out += kAlphabet[(n >> 12) & 63];
-    out += i + 1 < b.size() ? kAlphabet[(n >> 6) & 63] : '=';
-    out += i + 2 < b.size() ? kAlphabet[n & 63] : '=';
-  }
-  return out;
-}
+namespace machine_tool {
 
 namespace {
 
@@ -50,7 +36,7 @@ nlohmann::ordered_json toJSON(const platform::Value& value) {
     }
     case Kind::Url: return json{{"$url", value.url()->absoluteString()}};
     case Kind::Uuid: return json{{"$uuid", value.uuid()->uuidString()}};
-    case Kind::Data: return json{{"$data", base64(*value.data())}};
+    case Kind::Data: return json{{"$data", platform::machine::base64Encoded(*value.data())}};
     case Kind::DateTime: return json{{"$date", isoDate(*value.date())}};
     case Kind::List: {
       json array = json::array();

@@ -11,6 +11,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/machine/base64.h"
 #include "platform/machine/machine.h"
 #include "platform/machine/machine_queries.h"
 
@@ -92,14 +93,6 @@ std::string indexPath(const std::string& base, std::size_t i) {
 }
 
 std::optional<std::vector<std::uint8_t>> decodeBase64(std::string_view text) {
-  auto sextet = [](char c) -> int {
-    if (c >= 'A' && c <= 'Z') return c - 'A';
-    if (c >= 'a' && c <= 'z') return c - 'a' + 26;
-    if (c >= '0' && c <= '9') return c - '0' + 52;
-    if (c == '+') return 62;
-    if (c == '/') return 63;
-    return -1;
-  };
   std::string clean;
   for (char c : text)
     if (c != ' ' && c != '\n' && c != '\r' && c != '\t') clean.push_back(c);
@@ -116,7 +109,7 @@ std::optional<std::vector<std::uint8_t>> decodeBase64(std::string_view text) {
         ++pad;
       } else {
         if (pad > 0) return std::nullopt;
-        v[k] = sextet(c);
+        v[k] = base64Digit(c);
         if (v[k] < 0) return std::nullopt;
       }
     }

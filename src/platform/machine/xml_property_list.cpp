@@ -10,6 +10,7 @@
 #include <limits>
 #include <vector>
 
+#include "platform/machine/base64.h"
 #include "platform/machine/property_list_forms.h"
 #include "text/text.h"
 #include "platform/property_list_serialization.h"
@@ -113,15 +114,6 @@ std::optional<Date> parseDate(std::string_view s) {
   if (c.month < 1 || c.month > 12 || c.day < 1 || c.day > 31 || c.hour > 23 || c.minute > 59 || c.second > 60)
     return std::nullopt;
   return Date::fromCivil(c);
-}
-
-int base64Digit(char c) {
-  if (c >= 'A' && c <= 'Z') return c - 'A';
-  if (c >= 'a' && c <= 'z') return c - 'a' + 26;
-  if (c >= '0' && c <= '9') return c - '0' + 52;
-  if (c == '+') return 62;
-  if (c == '/') return 63;
-  return -1;
 }
 
 // Base64 with blanks and line breaks anywhere; padding only at the end.
@@ -453,23 +445,6 @@ void appendEscaped(std::string& out, std::string_view text) {
   }
 }
 
-std::string base64(const Bytes& bytes) {
-  static constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string out;
-  const auto b = bytes.bytes();
-  out.reserve((b.size() + 2) / 3 * 4);
-  for (std::size_t i = 0; i < b.size(); i += 3) {
-    std::uint32_t n = std::uint32_t{b[i]} << 16;
-    if (i + 1 < b.size()) n |= std::uint32_t{b[i + 1]} << 8;
-    if (i + 2 < b.size()) n |= b[i + 2];
-    out += kAlphabet[(n >> 18) & 63];
-    out += kAlphabet[(n >> 12) & 63];
-    out += i + 1 < b.size() ? kAlphabet[(n >> 6) & 63] : '=';
-    out += i + 2 < b.size() ? kAlphabet[n & 63] : '=';
-  }
-  return out;
-}
-
 std::string realText(double d) {
   if (std::isnan(d)) return "nan";
   if (std::isinf(d)) return d > 0 ? "+infinity" : "-infinity";
@@ -540,7 +515,7 @@ class XMLWriter {
         if (!t) return propertyListWriteError("a date too far out to write");
         return element("date", *t, depth);
       }
-      case Value::Kind::Data: return element("data", base64(*v.data()), depth);
+      case Value::Kind::Data: return element("data", base64Encoded(*v.data()), depth);
       case Value::Kind::Uid:
         // Read back, the dictionary that holds a UID is one level deeper.
         if (depth >= kMaxPropertyListDepth) return propertyListWriteError("nested too deeply");
