@@ -82,7 +82,6 @@ TEST_P(DiskUtilSectionTest, PrintsTheGoldenText) {
   expectSectionGolden(machine, c.golden, result.out, c.nullInfo);
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.status, 0);
-  EXPECT_LT(result.peakResidentKilobytes, 64 * 1024);
 }
 
 const fs::path kList = "list.plist", kFileSystems = "listFileSystems.plist";
@@ -92,10 +91,6 @@ const Case kCases[] = {
     {"FullApfsMachine", [](auto&) {}, "disk_utility_entities.txt", {}, "diskutil_apfs"},
     {"Complete", [](auto&) {}, "complete.txt", {}},
     {"NonZeroExitAfterValidOutput", [](auto& m) { wrapDiskutil(m, "\"$real\" \"$@\"\nexit 3"); }, "complete.txt", {}},
-    // Each disk list leaves behind a process that holds the pipe and floods it once the run's second of grace
-    // is over, while the answer of the volume groups comes late: nobody reads the flood, nothing of it is kept.
-    {"BackgroundFloodAfterTheGrace", [](auto& m) { wrapDiskutil(m, "if [ \"$1\" = list ]; then ( sleep 1.6; head -c 300000000 "
-       "/dev/zero ) & fi\nif [ \"$1\" = apfs ]; then sleep 1; fi\nexec \"$real\" \"$@\""); }, "complete.txt", {}},
     {"InfoFailsForOneDisk", [](auto& m) { fs::remove(answers(m) / "info/disk2.plist"); }, "info_fails.txt", {}},
     {"WrongShapesInsideTheAnswers",  // an info that is an array, groups of every wrong shape
      [](auto& m) { fs::copy(answers(m) / "wrong", answers(m), fs::copy_options::recursive | fs::copy_options::overwrite_existing); },
@@ -119,6 +114,20 @@ const Case kCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Machines, DiskUtilSectionTest, ::testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });
+
+// Each disk list leaves behind a process that holds the pipe and floods it once the run's second of grace
+// is over, while the answer of the volume groups comes late: nobody reads the flood, nothing of it is kept.
+// The bound is on what the flood adds to the same run without it, so a sanitizer's own memory counts for nothing.
+TEST(DiskUtilSectionFloodTest, ABackgroundProcessFloodingThePipeAfterTheGraceIsNotRead) {
+  testsupport::MachineBuilder machine("diskutil_small");
+  const auto quiet = runSection(machine);
+  wrapDiskutil(machine, "if [ \"$1\" = list ]; then ( sleep 1.6; head -c 300000000 /dev/zero ) & fi\n"
+                        "if [ \"$1\" = apfs ]; then sleep 1; fi\nexec \"$real\" \"$@\"");
+  const auto flooded = runSection(machine);
+  EXPECT_EQ(flooded.out, quiet.out);
+  EXPECT_EQ(flooded.status, 0);
+  EXPECT_LT(flooded.peakResidentKilobytes, quiet.peakResidentKilobytes + 64 * 1024);
+}
 
 // The platform's distant past and future, and 1904: each disk's info block prints, dates and all.
 TEST(DiskUtilSectionDatesTest, InfoWithDatesOfAnyYearPrintsItsBlock) {
