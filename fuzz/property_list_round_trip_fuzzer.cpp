@@ -1,6 +1,6 @@
 // libFuzzer entry: whatever the property-list reader accepts must write in
 // both forms and read back as the same value, kind for kind and bit for bit.
-// The XML form keeps a date's whole second and holds a UID as a dictionary
+// The XML form keeps a date's whole second (and no negative zero) and holds a UID as a dictionary
 // of one key, so the comparison allows exactly that.
 #include <cmath>
 #include <cstdint>
@@ -30,7 +30,8 @@ bool same(const Value& a, const Value& b, bool xml) {
     case Value::Kind::Real: return sameBits(*a.asDouble(), *b.asDouble());
     case Value::Kind::DateTime: {
       const double s = a.date()->secondsSinceReferenceDate();
-      return sameBits(xml ? std::floor(s) : s, b.date()->secondsSinceReferenceDate());
+      // The XML text of a date has no negative zero: -0 seconds reads back as 0.
+      return sameBits(xml ? std::floor(s) + 0.0 : s, b.date()->secondsSinceReferenceDate());
     }
     case Value::Kind::List: {
       const auto &x = *a.array(), &y = *b.array();
