@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "app/sections.h"
+#include "platform/system_unreadable.h"
 #include "registry/cv_disk_manager.h"
 
 using ArgumentParser::CommandConfiguration;
@@ -24,11 +25,25 @@ void CVDiag::declare(Declarations<CVDiag>& d) {
       ("pruneOrphans", &CVDiag::pruneOrphans);
 }
 
-void CVDiag::run(std::ostream& out) const { run(out, CVDiskManager::sharedInstance()); }
+void CVDiag::run(std::ostream& out) const {
+  ReportContext context(out, []() -> CVDiskManager& { return CVDiskManager::sharedInstance(); });
+  run(context);
+}
 
 void CVDiag::run(std::ostream& out, CVDiskManager& registry) const {
   ReportContext context(out, registry);
+  run(context);
+}
+
+void CVDiag::run(ReportContext& context) const {
   const bool all = allDiagnostics;
+  // Every section but the version line reads the attached media: they are
+  // walked before anything is printed (the context keeps the walk for the
+  // sections), so that a Mac whose media cannot be read ends the run before
+  // half a report stands.
+  if (all || showLocalVolumesAndDisks || showKnownVolumeRegistery || showDuplicateVolumeEntries ||
+      showVolumeReferencesFromSettingsDocs || showDuplicateVolumeUUIDs || showDiskutilDisksAndVolumes)
+    (void)context.volumes().mediaWalk();
   if (showVersion || all) versionLine(context);
   if (showLocalVolumesAndDisks || all) catalogueReport(context);
   if (showKnownVolumeRegistery || all) registryDump(context);
@@ -39,4 +54,13 @@ void CVDiag::run(std::ostream& out, CVDiskManager& registry) const {
   context.writeResourceErrors();
 }
 
-void CVDiag::run() { run(std::cout); }
+void CVDiag::run() {
+  try {
+    run(std::cout);
+  } catch (const platform::SystemUnreadable& e) {
+    // As when the system cannot be read at start: one line, status 1.
+    std::cout.flush();
+    std::cerr << "CVDiag: " << e.what() << '\n';
+    throw ArgumentParser::ExitCode::failure();
+  }
+}

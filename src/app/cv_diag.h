@@ -6,6 +6,7 @@
 #include "argument_parser/argument_parser.h"
 
 class CVDiskManager;
+class ReportContext;
 
 struct CVDiag : ArgumentParser::ParsableCommand {
   using Flag = ArgumentParser::Flag<bool>;
@@ -30,10 +31,13 @@ struct CVDiag : ArgumentParser::ParsableCommand {
   static void declare(ArgumentParser::Declarations<CVDiag>& d);
 
   // The report sections that the flags select, in their fixed order, over
-  // the process's registry.
+  // the process's registry (started only when a section reads it).
   void run(std::ostream& out) const;
   // The same over another registry (one made for a test, say).
   void run(std::ostream& out, CVDiskManager& registry) const;
+  // The same in a context the caller made, which keeps what the sections
+  // worked out (the media walk, the resolved references) for its next use.
+  void run(ReportContext& context) const;
   void run() override;
 
  private:

@@ -2,7 +2,10 @@
 // Everything one run of the report shares, made once by `CVDiag::run` and
 // handed to every section:
 //
-// - the known-volume registry and the settings documents' reader;
+// - the known-volume registry, asked for on first use (starting the process's
+//   registry manager has effects of its own, so a run that never reads the
+//   registry, such as the version line alone, never starts it), and the
+//   settings documents' reader;
 // - the volume context: the walk of the attached media, kept while the disks
 //   stay as they were, and the sink of failed resource reads;
 // - the resolver of settings references, which keeps the references the
@@ -19,6 +22,7 @@
 // A context is used by one thread at a time (the one running the report);
 // the model objects it hands out are safe from any thread.
 
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <ostream>
@@ -36,14 +40,17 @@ class ReportContext {
   // a volume context and a resolver of its own. The registry must outlive
   // the context.
   ReportContext(std::ostream& out, CVDiskManager& registry);
+  // The same over the registry that `registry` gives when the run first
+  // needs it (the resolver needs it too); it is called at most once.
+  ReportContext(std::ostream& out, std::function<CVDiskManager&()> registry);
   ~ReportContext();
   ReportContext(const ReportContext&) = delete;
   ReportContext& operator=(const ReportContext&) = delete;
 
-  CVDiskManager& registry() const { return registry_; }
+  CVDiskManager& registry() const;
   SettingsManager& settings() const { return *settings_; }
   const VolumeContext& volumes() const { return volumes_; }
-  const VolumeReferenceResolver& resolver() const { return resolver_; }
+  const VolumeReferenceResolver& resolver() const;
 
   // The report's one print operation: the pending read errors, then the
   // items joined by one blank, then `terminator`.
@@ -58,8 +65,9 @@ class ReportContext {
 
  private:
   std::ostream& out_;
-  CVDiskManager& registry_;
+  std::function<CVDiskManager&()> registrySource_;
+  mutable CVDiskManager* registry_ = nullptr;
   std::shared_ptr<SettingsManager> settings_;
   VolumeContext volumes_;
-  VolumeReferenceResolver resolver_;
+  mutable std::unique_ptr<VolumeReferenceResolver> resolver_;
 };

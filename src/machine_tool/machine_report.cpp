@@ -76,12 +76,13 @@ std::optional<std::string> writeMachineReport(const fs::path& folder, const std:
   auto facts = readRecordingFacts(folder);
   const fs::path file = output.empty() ? fs::path(facts.machineName + ".html") : fs::path(output);
 
-  // The text report runs first, as CVDiag would, and the page reads the same
-  // registry and settings after it.
-  auto text = allDiagnosticsText();
-  std::ostringstream unused;
-  ReportContext context(unused, CVDiskManager::sharedInstance());
-  auto model = gatherReportPageModel(context, std::move(facts), std::move(text));
+  // The text report runs first, as CVDiag would, and the page's model is
+  // read in the same context after it, so the media are walked and the
+  // settings references resolved once for both.
+  std::ostringstream text;
+  ReportContext context(text, CVDiskManager::sharedInstance());
+  writeAllDiagnostics(context);
+  auto model = gatherReportPageModel(context, std::move(facts), text.str());
   if (output == "-") {
     writeReportPage(model, std::cout);
     std::cout.flush();

@@ -1,13 +1,11 @@
 #include "report_page/all_diagnostics_text.h"
 
 #include <memory>
-#include <sstream>
 
 #include "app/cv_diag.h"
+#include "app/report_context.h"
 
-std::string allDiagnosticsText() {
+void writeAllDiagnostics(ReportContext& context) {
   auto command = std::dynamic_pointer_cast<CVDiag>(ArgumentParser::parseAsRoot<CVDiag>({"--all-diagnostics"}));
-  std::ostringstream out;
-  command->run(out);
-  return out.str();
+  command->run(context);
 }

@@ -3,7 +3,10 @@
 // Mac paths live on the host. Every platform implementation of the folder
 // shares one loaded Machine; the tool's logic never sees this type.
 
+#include <cstddef>
 #include <filesystem>
+#include <functional>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -55,6 +58,78 @@ struct MediaObject {
   std::optional<std::string> mountPath() const;
 };
 
+// The media objects of a machine, in the order IOKit hands them out. An
+// object may be kept as its text in machine.json and read the first time it
+// is asked for, so that a run that needs one disk does not read them all; its
+// BSD name and mount path are known without reading it. Safe from any thread.
+// An object whose text does not read throws platform::SystemUnreadable with
+// the loader's one line, each time it is asked for.
+class MediaList {
+ public:
+  MediaList() = default;
+  MediaList(MediaList&&) = default;
+  MediaList& operator=(MediaList&&) = default;
+
+  std::size_t size() const { return entries_.size(); }
+  bool empty() const { return entries_.empty(); }
+  const MediaObject& operator[](std::size_t index) const;
+  // As [], and std::out_of_range past the end.
+  const MediaObject& at(std::size_t index) const;
+  // The object's BSD name and the Mac path it is mounted at, as bsdName()
+  // and mountPath() of the object give them, without reading the object.
+  const std::optional<std::string>& bsdName(std::size_t index) const { return entries_.at(index)->bsdName; }
+  const std::optional<std::string>& mountPath(std::size_t index) const { return entries_.at(index)->mountPath; }
+
+  // An object read already.
+  void push_back(MediaObject object);
+  // An object read when first asked for: `read` gets its text and its place
+  // in the list and gives the object or throws the SystemUnreadable. The
+  // text must live as long as the reader. Its names are read ahead.
+  using Reader = std::function<MediaObject(std::string_view text, std::size_t index)>;
+  void pushUnread(std::shared_ptr<const Reader> read, std::string_view text, std::optional<std::string> bsdName,
+                  std::optional<std::string> mountPath);
+
+  class const_iterator {
+   public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = MediaObject;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const MediaObject*;
+    using reference = const MediaObject&;
+    const_iterator() = default;
+    const_iterator(const MediaList* list, std::size_t index) : list_(list), index_(index) {}
+    reference operator*() const { return (*list_)[index_]; }
+    pointer operator->() const { return &(*list_)[index_]; }
+    const_iterator& operator++() {
+      ++index_;
+      return *this;
+    }
+    const_iterator operator++(int) {
+      auto old = *this;
+      ++index_;
+      return old;
+    }
+    friend bool operator==(const const_iterator&, const const_iterator&) = default;
+
+   private:
+    const MediaList* list_ = nullptr;
+    std::size_t index_ = 0;
+  };
+  const_iterator begin() const { return {this, 0}; }
+  const_iterator end() const { return {this, size()}; }
+
+ private:
+  struct Entry {
+    std::optional<std::string> bsdName;
+    std::optional<std::string> mountPath;
+    std::shared_ptr<const Reader> read;  // with an unread object
+    std::string_view text;
+    mutable std::mutex mutex;
+    mutable std::optional<MediaObject> object;
+  };
+  std::vector<std::unique_ptr<Entry>> entries_;
+};
+
 struct FileFacts {
   std::optional<Date> created;
   std::optional<Date> modified;
@@ -81,9 +156,10 @@ struct Machine {
   bool isHost = false;
   std::string home = "/Users/user";
   std::optional<std::string> bundleIdentifier;
-  std::vector<MediaObject> media;          // in the order IOKit hands them out
-  // Lookups over `media`, made by indexMedia() once the media are in place:
-  // the first object of each BSD name, the first of each normalised mount path.
+  MediaList media;                         // in the order IOKit hands them out
+  // Lookups over `media`, made by indexMedia() once the media are in place
+  // (without reading them): the first object of each BSD name, the first of
+  // each normalised mount path.
   std::map<std::string, std::size_t, std::less<>> mediaByBSDName;
   std::map<std::string, std::size_t, std::less<>> mediaByMountPath;
   std::map<std::string, FileFacts> files;  // by Mac path
@@ -101,11 +177,19 @@ struct Machine {
   void indexMedia();
 };
 
+// How much of machine.json loadMachine reads at once: all of it, or what
+// every run needs (home, bundle identifier, failures, files, and each media
+// object's BSD name and mount path) and each media object when first asked
+// for.
+enum class MachineReading { everything, onDemand };
+
 // Reads <folder>/machine.json. The error text is one line that names the file
 // (as <folder>/machine.json), the place and the problem
 // ("<folder>/machine.json: media[2].da.DAVolumePath.$url: expected an absolute URL, found \"x\"").
+// With MachineReading::onDemand, a media object that turns out broken when it
+// is asked for throws platform::SystemUnreadable with such a line.
 std::variant<std::shared_ptr<const Machine>, std::string> loadMachine(
-    const std::filesystem::path& folder);
+    const std::filesystem::path& folder, MachineReading reading = MachineReading::everything);
 
 // This host: root "/", home $HOME, no media objects.
 std::shared_ptr<const Machine> hostMachine();

@@ -12,8 +12,11 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/machine/base64.h"
+#include "platform/machine/json_outline.h"
 #include "platform/machine/machine.h"
 #include "platform/machine/machine_queries.h"
+#include "platform/machine/property_list_codec.h"
+#include "platform/system_unreadable.h"
 
 namespace platform::machine {
 
@@ -309,40 +312,147 @@ FileFacts readFile(const json& j, const std::string& where) {
   return f;
 }
 
+// One top-level member of the document into the machine; unknown keys are
+// ignored.
+void readMember(const std::string& key, const json& value, Machine& m) {
+  if (key == "home") {
+    m.home = macPath(value, key);
+    while (m.home.size() > 1 && m.home.back() == '/') m.home.pop_back();
+  } else if (key == "bundleIdentifier") {
+    if (!value.is_null()) m.bundleIdentifier = text(value, key);
+  } else if (key == "media") {
+    arrayAt(value, key);
+    for (std::size_t i = 0; i < value.size(); ++i) m.media.push_back(readMedia(value[i], indexPath(key, i)));
+  } else if (key == "files") {
+    objectAt(value, key);
+    for (auto f = value.begin(); f != value.end(); ++f) {
+      std::string here = key + "[\"" + f.key() + "\"]";
+      if (f.key().empty() || f.key()[0] != '/') fail(here, "expected an absolute Mac path as the key");
+      m.files[normalizeMacPath(f.key())] = readFile(f.value(), here);
+    }
+  } else if (key == "failures") {
+    arrayAt(value, key);
+    for (std::size_t i = 0; i < value.size(); ++i) m.failures.insert(text(value[i], indexPath(key, i)));
+  }
+}
+
 void readDocument(const json& root, Machine& m) {
   if (!root.is_object()) expected("top level", "an object", root);
-  for (auto it = root.begin(); it != root.end(); ++it) {
-    const std::string& key = it.key();
-    const json& value = it.value();
-    if (key == "home") {
-      m.home = macPath(value, key);
-      while (m.home.size() > 1 && m.home.back() == '/') m.home.pop_back();
-    } else if (key == "bundleIdentifier") {
-      if (!value.is_null()) m.bundleIdentifier = text(value, key);
-    } else if (key == "media") {
-      arrayAt(value, key);
-      for (std::size_t i = 0; i < value.size(); ++i)
-        m.media.push_back(readMedia(value[i], indexPath(key, i)));
-    } else if (key == "files") {
-      objectAt(value, key);
-      for (auto f = value.begin(); f != value.end(); ++f) {
-        std::string here = key + "[\"" + f.key() + "\"]";
-        if (f.key().empty() || f.key()[0] != '/')
-          fail(here, "expected an absolute Mac path as the key");
-        m.files[normalizeMacPath(f.key())] = readFile(f.value(), here);
-      }
-    } else if (key == "failures") {
-      arrayAt(value, key);
-      for (std::size_t i = 0; i < value.size(); ++i)
-        m.failures.insert(text(value[i], indexPath(key, i)));
-    }
+  for (auto it = root.begin(); it != root.end(); ++it) readMember(it.key(), it.value(), m);
+}
+
+// The words of the JSON library's complaint about a text, without its
+// "[json.exception.parse_error.101] " prefix, on one line.
+std::string syntaxError(const json::exception& e) {
+  std::string what = e.what();
+  if (auto close = what.find("] "); what.rfind("[json.exception.", 0) == 0 && close != std::string::npos)
+    what.erase(0, close + 2);
+  return "invalid JSON: " + oneLine(what);
+}
+
+// A part of the document that the outline found, as the JSON library reads
+// it; nothing when it is no JSON.
+std::optional<json> parsePart(std::string_view part) {
+  json value = json::parse(part, nullptr, false);
+  if (value.is_discarded()) return std::nullopt;
+  return value;
+}
+
+// The outline of machine.json that a run reads on demand: the top level's
+// members, each media object's members, and the members of its description,
+// where the BSD name and the mount path stand.
+constexpr int kOutlineDepth = 4;
+
+// Reads the document as MachineReading::onDemand tells: everything but the
+// media objects at once, and of each media object its names, keeping its
+// text to read when it is first asked for. Nothing when the document is not
+// laid out so that this can be done (it does not outline, or a part is no
+// JSON, or has a shape the format does not allow): the caller then reads it
+// whole, which finds the fault and names it.
+std::optional<std::shared_ptr<Machine>> readOnDemand(const Bytes& content, const std::string& fileName) {
+  const std::string_view document(reinterpret_cast<const char*>(content.bytes().data()), content.bytes().size());
+  auto outline = JsonOutline::of(document, kOutlineDepth, kMaxNesting, {"media", "da"});
+  if (!outline || outline->root().kind() != JsonOutline::Kind::object) return std::nullopt;
+  const auto root = outline->root();
+  auto m = std::make_shared<Machine>();
+  // The members the format defines, each as the library keeps a key written
+  // twice (the last one), in the library's (ascending) key order.
+  for (const char* key : {"bundleIdentifier", "failures", "files", "home"}) {
+    auto member = root.last(key);
+    if (!member) continue;
+    auto value = parsePart(member->text());
+    if (!value) return std::nullopt;
+    readMember(key, *value, *m);
   }
+  const auto media = root.last("media");
+  if (!media) return m;
+  if (media->kind() != JsonOutline::Kind::array) return std::nullopt;
+  // An object that might be a typed value (every key begins with "$").
+  auto typedShape = [](const JsonOutline::Value& o) {
+    if (o.kind() != JsonOutline::Kind::object || !o.first()) return false;
+    for (auto member = o.first(); member; member = member->next())
+      if (member->key().empty() || member->key()[0] != '$') return false;
+    return true;
+  };
+  // One reader for every object not read yet; it keeps the mapped file.
+  auto reader = std::make_shared<const MediaList::Reader>([content, fileName](std::string_view text,
+                                                                              std::size_t index) -> MediaObject {
+    std::string line;
+    try {
+      return readMedia(json::parse(text), indexPath("media", index));
+    } catch (const LoadError& e) {
+      line = fileName + ": " + oneLine(e.where) + ": " + oneLine(e.what);
+    } catch (const json::parse_error&) {
+      // The library's words name the line and column in the whole file.
+      try {
+        const json whole = json::parse(content.bytes());
+        line = fileName + ": invalid JSON";
+      } catch (const json::exception& e) {
+        line = fileName + ": " + syntaxError(e);
+      }
+    } catch (const json::exception& e) {
+      line = fileName + ": " + oneLine(e.what());
+    }
+    throw SystemUnreadable(line);
+  });
+  std::size_t i = 0;
+  for (auto element = media->first(); element; element = element->next(), ++i) {
+    const std::string place = indexPath("media", i);
+    const auto da = element->kind() == JsonOutline::Kind::object ? element->last("da") : std::nullopt;
+    if (element->kind() != JsonOutline::Kind::object || typedShape(*element) ||
+        (da && (da->kind() != JsonOutline::Kind::object || typedShape(*da)))) {
+      // Not of the format's shape: read at once, as the whole file is, so
+      // the fault is named at start.
+      auto value = parsePart(element->text());
+      if (!value) return std::nullopt;
+      m->media.push_back(readMedia(*value, place));
+      continue;
+    }
+    std::optional<std::string> bsdName, mountPath;
+    if (da) {
+      const std::string daPlace = keyPath(place, "da");
+      if (auto bsd = da->last("DAMediaBSDName")) {
+        auto value = parsePart(bsd->text());
+        if (!value) return std::nullopt;
+        Value v = toValue(*value, keyPath(daPlace, "DAMediaBSDName"));
+        if (v.string() != nullptr) bsdName = *v.string();
+      }
+      if (auto path = da->last("DAVolumePath")) {
+        auto value = parsePart(path->text());
+        if (!value) return std::nullopt;
+        Value v = toValue(*value, keyPath(daPlace, "DAVolumePath"));
+        if (v.url() != nullptr) mountPath = v.url()->path();
+      }
+    }
+    m->media.pushUnread(reader, element->text(), std::move(bsdName), std::move(mountPath));
+  }
+  return m;
 }
 
 }  // namespace
 
 std::variant<std::shared_ptr<const Machine>, std::string> loadMachine(
-    const std::filesystem::path& folder) {
+    const std::filesystem::path& folder, MachineReading reading) {
   std::error_code ec;
   std::filesystem::path root = std::filesystem::absolute(folder, ec);
   if (ec) root = folder;
@@ -351,6 +461,25 @@ std::variant<std::shared_ptr<const Machine>, std::string> loadMachine(
 
   if (!std::filesystem::is_directory(root, ec))
     return name + ": the machine folder does not exist or is no directory";
+
+  if (reading == MachineReading::onDemand) {
+    // Mapped, not copied: the media objects' texts stay in the mapping until
+    // they are read.
+    auto mapped = mapFile(file);
+    if (mapped && mapped->bytes().size() <= kMaxMachineFileSize) {
+      try {
+        if (auto machine = readOnDemand(*mapped, name)) {
+          (*machine)->folder = root.lexically_normal();
+          (*machine)->indexMedia();
+          return std::shared_ptr<const Machine>(std::move(*machine));
+        }
+      } catch (const LoadError& e) {
+        return name + ": " + oneLine(e.where) + ": " + oneLine(e.what);
+      }
+    }
+    // Read whole, which names the fault.
+  }
+
   std::ifstream in(file, std::ios::binary);
   if (!in) return name + ": cannot be read (" + std::strerror(errno) + ")";
   auto size = std::filesystem::file_size(file, ec);
@@ -365,6 +494,7 @@ std::variant<std::shared_ptr<const Machine>, std::string> loadMachine(
   in.read(content.data(), static_cast<std::streamsize>(content.size()));
   content.resize(static_cast<std::size_t>(in.gcount()));
   if (in) content.append(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+
   if (nestsTooDeep(content))
     return name + ": nested deeper than " + std::to_string(kMaxNesting) + " levels";
 
@@ -372,12 +502,7 @@ std::variant<std::shared_ptr<const Machine>, std::string> loadMachine(
   try {
     document = json::parse(content);
   } catch (const json::exception& e) {
-    std::string what = e.what();
-    // "[json.exception.parse_error.101] parse error at line 1, …": keep the words.
-    if (auto close = what.find("] "); what.rfind("[json.exception.", 0) == 0 &&
-                                      close != std::string::npos)
-      what.erase(0, close + 2);
-    return name + ": invalid JSON: " + oneLine(what);
+    return name + ": " + syntaxError(e);
   }
 
   auto machine = std::make_shared<Machine>();

@@ -26,7 +26,8 @@ Platform makeMachinePlatform(std::shared_ptr<const Machine> machine, Dictionary 
 std::variant<Platform, std::string> makePlatformFromEnvironment(Dictionary infoDictionary) {
   const char* folder = std::getenv("CVDIAG_MACHINE");
   if (folder == nullptr) return makeMachinePlatform(hostMachine(), std::move(infoDictionary));
-  auto loaded = loadMachine(folder);
+  // A run reads each media object when it first asks for it.
+  auto loaded = loadMachine(folder, MachineReading::onDemand);
   if (auto* error = std::get_if<std::string>(&loaded)) return *error;
   return makeMachinePlatform(std::get<std::shared_ptr<const Machine>>(loaded),
                              std::move(infoDictionary));

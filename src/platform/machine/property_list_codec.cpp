@@ -64,7 +64,7 @@ Result<Bytes> mapOpenFile(int fd) {
     return fileError(kFileReadUnknown, "The file couldn't be opened: not a file");
   const auto size = static_cast<std::size_t>(st.st_size);
   if (size == 0) return Bytes();
-  void* address = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0);
+  void* address = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
   if (address == MAP_FAILED)
     return fileError(kFileReadUnknown, "The file couldn't be read: " + std::string(std::strerror(errno)));
   ::madvise(address, size, MADV_SEQUENTIAL);
