@@ -90,4 +90,37 @@ TEST(CVDiagCommandLine, OnlyARunReadsTheMachineFolder) {
   }
 }
 
+// A run reads what its sections need. The version line reads the root
+// volume's media object alone and starts no registry, so neither a registry
+// value that the registry's start would replace nor a broken object of
+// another disk touches it; a section that reads the registry does replace
+// the value, and one that reads the media ends on the broken object with the
+// folder's one line before it prints anything.
+TEST(CVDiagCommandLine, TheVersionLineReadsOnlyWhatItNeeds) {
+  testsupport::MachineBuilder machine("volumes_catalogue");
+  const std::string preferences = "/Users/ada/Library/Preferences/com.tamarlin.Corvane.plist";
+  const std::string notADictionary =
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
+      "\t<key>CVDiskKnownVolumes</key>\n\t<string>not a dictionary</string>\n</dict>\n</plist>\n";
+  machine.file(preferences, notADictionary);
+  const Environment environment{{"CVDIAG_MACHINE", machine.folder().string()}};
+
+  auto version = runCVDiag({"--version"}, environment);
+  EXPECT_TRUE(version.out.starts_with("Corvane Diagnostics version: 3.12 (137-")) << version.out;
+  EXPECT_TRUE(version.out.ends_with("), macOS 14.2.1 (23C71)\n\n")) << version.out;
+  EXPECT_EQ(version.status, 0);
+  EXPECT_EQ(machine.text(preferences), notADictionary);
+  EXPECT_EQ(runCVDiag({"--volume-registry"}, environment).status, 0);
+  EXPECT_NE(machine.text(preferences), notADictionary);
+
+  auto document = nlohmann::json::parse(cvdiag_test::readFile((machine.folder() / "machine.json").string()));
+  document["media"][14]["io"]["x"] = {{"$data", "abc"}};
+  machine.json(document);
+  EXPECT_EQ(runCVDiag({"--version"}, environment).out, version.out);
+  auto catalogue = runCVDiag({"--version", "--local-volumes-and-disks"}, environment);
+  EXPECT_EQ(catalogue.out, "");
+  EXPECT_EQ(catalogue.err, "CVDiag: " + machine.folder().string() + "/machine.json: media[14].io.x.$data: expected base64 text\n");
+  EXPECT_EQ(catalogue.status, 1);
+}
+
 }  // namespace
