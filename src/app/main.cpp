@@ -7,8 +7,8 @@
 #include <variant>
 
 #include "argument_parser/main.h"
+#include "app/bundle_info.h"
 #include "app/cv_diag.h"
-#include "bundle_info.inc"
 #include "platform/machine/machine_platform.h"
 #include "registry/cv_disk_manager.h"
 
@@ -16,13 +16,7 @@ namespace {
 
 // Installs the platform; on failure prints its one line and gives status 1.
 std::optional<int> installPlatform() {
-  platform::Dictionary info{
-      {"CFBundleShortVersionString", CVDIAG_SHORT_VERSION},
-      {"CurrentProjectVersion", CVDIAG_PROJECT_VERSION},
-      {"SourceVersion", CVDIAG_SOURCE_VERSION},
-      {"LSMinimumSystemVersion", CVDIAG_MINIMUM_SYSTEM_VERSION},
-  };
-  auto made = platform::machine::makePlatformFromEnvironment(std::move(info));
+  auto made = platform::machine::makePlatformFromEnvironment(cvdiagInfoDictionary());
   if (auto* error = std::get_if<std::string>(&made)) {
     std::fprintf(stderr, "CVDiag: %s\n", error->c_str());
     return 1;

@@ -7,7 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "bundle_info.inc"
+#include "app/bundle_info.h"
 #include "platform/machine/machine_platform.h"
 #include "app/report_context.h"
 #include "registry/cv_disk_manager.h"
@@ -30,15 +30,6 @@ std::optional<std::vector<std::string>> lines(const fs::path& file) {
     if (!line.empty()) result.push_back(line);
   }
   return result;
-}
-
-// The information dictionary CVDiag embeds, so that the version line of the
-// embedded report is CVDiag's own.
-platform::Dictionary bundleInfo() {
-  return {{"CFBundleShortVersionString", CVDIAG_SHORT_VERSION},
-          {"CurrentProjectVersion", CVDIAG_PROJECT_VERSION},
-          {"SourceVersion", CVDIAG_SOURCE_VERSION},
-          {"LSMinimumSystemVersion", CVDIAG_MINIMUM_SYSTEM_VERSION}};
 }
 
 }  // namespace
@@ -72,7 +63,7 @@ std::optional<std::string> writeMachineReport(const fs::path& folder, const std:
   auto loaded = platform::machine::loadMachine(folder);
   if (auto* error = std::get_if<std::string>(&loaded)) return *error;
   platform::install(platform::machine::makeMachinePlatform(
-      std::get<std::shared_ptr<const platform::machine::Machine>>(loaded), bundleInfo()));
+      std::get<std::shared_ptr<const platform::machine::Machine>>(loaded), cvdiagInfoDictionary()));
   auto facts = readRecordingFacts(folder);
   const fs::path file = output.empty() ? fs::path(facts.machineName + ".html") : fs::path(output);
 
