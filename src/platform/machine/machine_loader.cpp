@@ -341,6 +341,11 @@ void readDocument(const json& root, Machine& m) {
   for (auto it = root.begin(); it != root.end(); ++it) readMember(it.key(), it.value(), m);
 }
 
+// The one line of a fault: the file, the place in it, the problem.
+std::string faultLine(const std::string& fileName, const LoadError& e) {
+  return fileName + ": " + oneLine(e.where) + ": " + oneLine(e.what);
+}
+
 // The words of the JSON library's complaint about a text, without its
 // "[json.exception.parse_error.101] " prefix, on one line.
 std::string syntaxError(const json::exception& e) {
@@ -401,7 +406,7 @@ std::optional<std::shared_ptr<Machine>> readOnDemand(const Bytes& content, const
     try {
       return readMedia(json::parse(text), indexPath("media", index));
     } catch (const LoadError& e) {
-      line = fileName + ": " + oneLine(e.where) + ": " + oneLine(e.what);
+      line = faultLine(fileName, e);
     } catch (const json::parse_error&) {
       // The library's words name the line and column in the whole file.
       try {
@@ -474,7 +479,7 @@ std::variant<std::shared_ptr<const Machine>, std::string> loadMachine(
           return std::shared_ptr<const Machine>(std::move(*machine));
         }
       } catch (const LoadError& e) {
-        return name + ": " + oneLine(e.where) + ": " + oneLine(e.what);
+        return faultLine(name, e);
       }
     }
     // Read whole, which names the fault.
@@ -511,7 +516,7 @@ std::variant<std::shared_ptr<const Machine>, std::string> loadMachine(
     readDocument(document, *machine);
     machine->indexMedia();
   } catch (const LoadError& e) {
-    return name + ": " + oneLine(e.where) + ": " + oneLine(e.what);
+    return faultLine(name, e);
   } catch (const json::exception& e) {
     return name + ": " + oneLine(e.what());
   }
