@@ -55,18 +55,24 @@ void MediaList::pushUnread(std::shared_ptr<const Reader> read, std::string_view 
   entries_.push_back(std::move(entry));
 }
 
+std::optional<std::string> bsdNameOf(const Value* value) {
+  if (value == nullptr || value->string() == nullptr) return std::nullopt;
+  return *value->string();
+}
+
+std::optional<std::string> mountPathOf(const Value* value) {
+  if (value == nullptr || value->url() == nullptr) return std::nullopt;
+  return value->url()->path();
+}
+
 std::optional<std::string> MediaObject::bsdName() const {
   if (!da) return std::nullopt;
-  const Value* v = lookup(*da, "DAMediaBSDName");
-  if (v == nullptr || v->string() == nullptr) return std::nullopt;
-  return *v->string();
+  return bsdNameOf(lookup(*da, "DAMediaBSDName"));
 }
 
 std::optional<std::string> MediaObject::mountPath() const {
   if (!da) return std::nullopt;
-  const Value* v = lookup(*da, "DAVolumePath");
-  if (v == nullptr || v->url() == nullptr) return std::nullopt;
-  return v->url()->path();
+  return mountPathOf(lookup(*da, "DAVolumePath"));
 }
 
 void MachineChanges::renameVolume(std::size_t index, std::string name) {

@@ -130,6 +130,11 @@ class MediaList {
   std::vector<std::unique_ptr<Entry>> entries_;
 };
 
+// The BSD name that a description's DAMediaBSDName value gives (a text), and
+// the Mac path of its DAVolumePath value (a URL); nothing for another value.
+std::optional<std::string> bsdNameOf(const Value* value);
+std::optional<std::string> mountPathOf(const Value* value);
+
 struct FileFacts {
   std::optional<Date> created;
   std::optional<Date> modified;

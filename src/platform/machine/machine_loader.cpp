@@ -439,14 +439,14 @@ std::optional<std::shared_ptr<Machine>> readOnDemand(const Bytes& content, const
       if (auto bsd = da->last("DAMediaBSDName")) {
         auto value = parsePart(bsd->text());
         if (!value) return std::nullopt;
-        Value v = toValue(*value, keyPath(daPlace, "DAMediaBSDName"));
-        if (v.string() != nullptr) bsdName = *v.string();
+        const Value v = toValue(*value, keyPath(daPlace, "DAMediaBSDName"));
+        bsdName = bsdNameOf(&v);
       }
       if (auto path = da->last("DAVolumePath")) {
         auto value = parsePart(path->text());
         if (!value) return std::nullopt;
-        Value v = toValue(*value, keyPath(daPlace, "DAVolumePath"));
-        if (v.url() != nullptr) mountPath = v.url()->path();
+        const Value v = toValue(*value, keyPath(daPlace, "DAVolumePath"));
+        mountPath = mountPathOf(&v);
       }
     }
     m->media.pushUnread(reader, element->text(), std::move(bsdName), std::move(mountPath));
