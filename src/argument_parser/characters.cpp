@@ -13,6 +13,13 @@ std::vector<std::string_view> characterViews(std::string_view text) { return tex
 
 std::size_t characterCount(std::string_view text) { return text::characterCount(text); }
 
+bool startsWithCharacter(std::string_view text, std::string_view character) {
+  return !character.empty() && text.starts_with(character) &&
+         text::droppingFirstCharacters(text, 1).size() == text.size() - character.size();
+}
+
+bool isSingleCharacter(std::string_view text) { return startsWithCharacter(text, text); }
+
 bool isUppercase(std::string_view character) {
   auto first = character.empty() ? std::nullopt : text::decodeAt(character, 0);
   return first && text::isUppercaseLetter(first->value);

@@ -16,6 +16,11 @@ std::vector<std::string> characters(std::string_view text);
 std::vector<std::string_view> characterViews(std::string_view text);
 // The number of characters of `text`.
 std::size_t characterCount(std::string_view text);
+// Whether the first character of `text` is `character` exactly (a dash that a
+// combining mark follows is no dash); looks no further than that character.
+bool startsWithCharacter(std::string_view text, std::string_view character);
+// Whether `text` is one character; looks no further than its second.
+bool isSingleCharacter(std::string_view text);
 // Whether the character's first code point is an upper- or lower-case letter.
 bool isUppercase(std::string_view character);
 bool isLowercase(std::string_view character);

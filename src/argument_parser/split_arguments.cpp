@@ -34,14 +34,19 @@ SplitElement terminatorElement(int position) {
 }  // namespace
 
 std::vector<SplitElement> classifyArgument(const std::string& word, int position) {
-  const auto chars = characters(word);
+  // Leading dashes are counted as characters, and three make the word
+  // invalid, so no more than three are looked at: a long word is not split.
+  std::string_view rest = word;
   std::size_t dashes = 0;
-  while (dashes < chars.size() && chars[dashes] == "-") ++dashes;
+  while (dashes < 3 && startsWithCharacter(rest, "-")) {
+    ++dashes;
+    rest.remove_prefix(1);
+  }
   const auto complete = SubIndex::complete();
 
-  if (dashes == chars.size()) {
-    if (chars.size() <= 1) return {valueElement(word, position)};
-    if (chars.size() == 2) return {terminatorElement(position)};
+  if (rest.empty()) {
+    if (dashes <= 1) return {valueElement(word, position)};
+    if (dashes == 2) return {terminatorElement(position)};
     throw ParserError::invalidOption(word);
   }
   if (dashes == 0) return {valueElement(word, position)};
@@ -56,24 +61,25 @@ std::vector<SplitElement> classifyArgument(const std::string& word, int position
 
   // One dash.
   const std::string remainder = word.substr(1);
-  const auto letters = characters(remainder);
   auto eq = remainder.find('=');
   if (eq == std::string::npos) {
-    if (letters.size() == 1) return {optionElement(Name::makeShort(letters[0]), std::nullopt, position, complete)};
+    const auto letters = characterViews(remainder);
+    if (letters.size() == 1)
+      return {optionElement(Name::makeShort(std::string(letters[0])), std::nullopt, position, complete)};
     std::vector<SplitElement> elements{
         optionElement(Name::makeLongWithSingleDash(remainder), std::nullopt, position, complete)};
     for (std::size_t i = 0; i < letters.size(); ++i)
       elements.push_back(
-          optionElement(Name::makeShort(letters[i]), std::nullopt, position, SubIndex::makeSub(static_cast<int>(i))));
+          optionElement(Name::makeShort(std::string(letters[i])), std::nullopt, position, SubIndex::makeSub(static_cast<int>(i))));
     return elements;
   }
   if (eq == 0) {
-    Name name = letters.size() == 1 ? Name::makeShort(letters[0]) : Name::makeLongWithSingleDash(remainder);
+    Name name = isSingleCharacter(remainder) ? Name::makeShort(remainder) : Name::makeLongWithSingleDash(remainder);
     throw ParserError::invalidOption(name.synopsisString());
   }
   std::string namePart = remainder.substr(0, eq);
   std::string value = remainder.substr(eq + 1);
-  if (characterCount(namePart) == 1)
+  if (isSingleCharacter(namePart))
     return {optionElement(Name::makeShort(namePart), value, position, complete)};
   return {optionElement(Name::makeLongWithSingleDash(namePart), value, position, complete)};
 }
@@ -202,7 +208,10 @@ bool SplitArguments::contains(const std::vector<Name>& names) const {
 
 void SplitArguments::remove(std::size_t position) {
   if (position < firstUnused_ || position >= elements_.size()) return;
-  for (std::size_t i = position; i > firstUnused_; --i) std::swap(elements_[i], elements_[i - 1]);
+  // The element moves to the front of the unused ones, which keep their order.
+  const auto first = elements_.begin() + static_cast<std::ptrdiff_t>(firstUnused_);
+  const auto at = elements_.begin() + static_cast<std::ptrdiff_t>(position);
+  std::rotate(first, at, at + 1);
   ++firstUnused_;
 }
 

@@ -44,6 +44,9 @@ TEST(SplitArguments, ClassifiesWordsByTheirForm) {
   EXPECT_EQ(picture(SplitArguments({"-a", "-a=1", "-ab=1", "-a="})), "o:-a@0 o:-a=1@1 o:-ab=1@2 o:-a=@3");
   EXPECT_EQ(picture(SplitArguments({"-abc"})), "o:-abc@0 o:-a@0.0 o:-b@0.1 o:-c@0.2");
   EXPECT_EQ(picture(SplitArguments({"-5", "-1.5"})), "o:-5@0 o:-1.5@1 o:-1@1.0 o:-.@1.1 o:-5@1.2");
+  // Dashes are counted as characters: a dash that a combining mark follows is none.
+  const std::string accentedDash = "-\xCC\x81";
+  EXPECT_EQ(picture(SplitArguments({accentedDash, "--" + accentedDash})), "v:" + accentedDash + "@0 o:--" + accentedDash + "@1");
 }
 
 TEST(SplitArguments, EverythingBehindTheTerminatorIsAValue) {
