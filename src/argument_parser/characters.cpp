@@ -18,7 +18,9 @@ bool startsWithCharacter(std::string_view text, std::string_view character) {
          text::droppingFirstCharacters(text, 1).size() == text.size() - character.size();
 }
 
-bool isSingleCharacter(std::string_view text) { return startsWithCharacter(text, text); }
+bool isSingleCharacter(std::string_view text) {
+  return !text.empty() && text::droppingFirstCharacters(text, 1).empty();
+}
 
 bool isUppercase(std::string_view character) {
   auto first = character.empty() ? std::nullopt : text::decodeAt(character, 0);
